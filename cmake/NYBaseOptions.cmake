@@ -1,0 +1,18 @@
+# Compiler flags shared by every target of the project: warnings, sanitizers, fuzzing.
+add_library(nybase_flags INTERFACE)
+target_compile_options(nybase_flags INTERFACE -Wall -Wextra -Wpedantic)
+if(NYBASE_WERROR)
+  target_compile_options(nybase_flags INTERFACE -Werror)
+endif()
+if(NYBASE_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+if(NYBASE_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "NYBASE_FUZZ needs clang: configure with CC=clang CXX=clang++")
+  endif()
+  # The library itself is instrumented for coverage; only the fuzz executables link libFuzzer's main.
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()

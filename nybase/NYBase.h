@@ -1,0 +1,29 @@
+// The umbrella header: includes the whole public interface of NYBase.
+#pragma once
+
+#include <nybase/Version.h>
+
+// Shared vocabulary types.
+#include <nybase/base/Expected.h>
+#include <nybase/base/IProgress.h>
+#include <nybase/base/NyGuid.h>
+#include <nybase/base/NyResult.h>
+
+// Platform services.
+#include <nybase/platform/LastError.h>
+#include <nybase/platform/NativePath.h>
+#include <nybase/platform/Utf.h>
+
+// Text.
+#include <nybase/text/BasicStringView.h>
+#include <nybase/text/CStdStr.h>
+
+// Files.
+
+// Data.
+
+// Documents.
+
+// Audio.
+
+// Analysis.

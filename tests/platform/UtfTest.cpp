@@ -1,0 +1,97 @@
+// The UTF-8 <-> UTF-16 codec: the Windows-call contract and the replacement rules.
+#include <gtest/gtest.h>
+
+#include <nybase/platform/LastError.h>
+#include <nybase/platform/Utf.h>
+
+#include "../support/TestSupport.h"
+
+using namespace lu::platform;
+using nytest::W16;
+
+namespace {
+
+std::wstring Decode(const std::string& s) {
+  wchar_t buf[64];
+  const int n = MultiByteToWideChar(k_codePageUtf8, 0, s.data(), static_cast<int>(s.size()), buf, 64);
+  return std::wstring(buf, static_cast<size_t>(n));
+}
+
+std::string Encode(const std::wstring& w) {
+  char buf[64];
+  const int n = WideCharToMultiByte(k_codePageUtf8, 0, w.data(), static_cast<int>(w.size()), buf, 64);
+  return std::string(buf, static_cast<size_t>(n));
+}
+
+}  // namespace
+
+TEST(Utf, DecodeReplacesEachMaximalIllFormedSubpart) {
+  struct Case {
+    const char* name;
+    std::string in;
+    std::wstring out;
+  };
+  const Case cases[] = {
+      {"ascii", "abc", L"abc"},
+      {"two byte", "\xC3\xA9", L"\u00E9"},
+      {"three byte", "\xE2\x84\xA2", L"\u2122"},
+      {"four byte becomes pair", "\xF0\x9F\x8E\xB5", W16(u"\U0001F3B5")},
+      {"stray continuation", "a\x80" "b", L"a\uFFFDb"},
+      {"overlong two byte", "\xC0\xAF", L"\uFFFD\uFFFD"},
+      {"overlong three byte", "\xE0\x80\xAF", L"\uFFFD\uFFFD\uFFFD"},
+      {"encoded surrogate", "\xED\xA0\x80", L"\uFFFD\uFFFD\uFFFD"},
+      {"truncated three byte", "\xE2\x84", L"\uFFFD"},
+      {"truncated then ascii", "\xE2\x84z", L"\uFFFDz"},
+      {"above U+10FFFF", "\xF4\x90\x80\x80", L"\uFFFD\uFFFD\uFFFD\uFFFD"},
+      {"invalid lead", "\xFF", L"\uFFFD"},
+      {"long ascii run", "0123456789abcdefghij", L"0123456789abcdefghij"},
+  };
+  for (const Case& c : cases) EXPECT_EQ(Decode(c.in), c.out) << c.name;
+}
+
+TEST(Utf, EncodeReplacesLoneSurrogatesAndKeepsPairs) {
+  struct Case {
+    const char* name;
+    std::wstring in;
+    std::string out;
+  };
+  const Case cases[] = {
+      {"ascii", L"abc", "abc"},
+      {"bmp", L"\u00AE\u2122", "\xC2\xAE\xE2\x84\xA2"},
+      {"pair", W16(u"\U0001F3B5"), "\xF0\x9F\x8E\xB5"},
+      {"lone high", std::wstring(1, 0xD800) + L"x", "\xEF\xBF\xBDx"},
+      {"lone low", std::wstring(1, 0xDC00), "\xEF\xBF\xBD"},
+      {"reversed pair", std::wstring{wchar_t(0xDC00), wchar_t(0xD800)}, "\xEF\xBF\xBD\xEF\xBF\xBD"},
+  };
+  for (const Case& c : cases) EXPECT_EQ(Encode(c.in), c.out) << c.name;
+}
+
+TEST(Utf, SurrogatePairsSurviveARoundTrip) {
+  const std::wstring text = W16(u"a\U0001F3B5\u00E9\U00010000z");
+  EXPECT_EQ(Utf8ToUtf16(Utf16ToUtf8(text.data(), text.size()).data(),
+                        Utf16ToUtf8(text.data(), text.size()).size()),
+            text);
+}
+
+TEST(Utf, CountsAndBufferContract) {
+  // dstCap 0 asks for the size; -1 includes the NUL.
+  EXPECT_EQ(MultiByteToWideChar(k_codePageUtf8, 0, "h\xC3\xA9", -1, nullptr, 0), 3);
+  EXPECT_EQ(WideCharToMultiByte(k_codePageUtf8, 0, L"h\u00E9", -1, nullptr, 0), 4);
+
+  // A buffer one unit too small fails.
+  wchar_t w[2];
+  SetLastError(0);
+  EXPECT_EQ(MultiByteToWideChar(k_codePageUtf8, 0, "abc", 3, w, 2), 0);
+  EXPECT_EQ(GetLastError(), k_errorInsufficientBuffer);
+  char n[3];
+  EXPECT_EQ(WideCharToMultiByte(k_codePageUtf8, 0, L"\u2122", 1, n, 2), 0);
+  EXPECT_EQ(GetLastError(), k_errorInsufficientBuffer);
+  EXPECT_EQ(WideCharToMultiByte(k_codePageUtf8, 0, L"\u2122", 1, n, 3), 3);
+
+  // Bad arguments.
+  EXPECT_EQ(MultiByteToWideChar(k_codePageUtf8, 0, "abc", 0, w, 2), 0);
+  EXPECT_EQ(GetLastError(), k_errorInvalidParameter);
+  EXPECT_EQ(MultiByteToWideChar(1252, 0, "abc", 3, w, 2), 0);
+  EXPECT_EQ(GetLastError(), k_errorInvalidParameter);
+  EXPECT_EQ(MultiByteToWideChar(k_codePageUtf8, 0, nullptr, 3, w, 2), 0);
+}
