@@ -19,6 +19,7 @@
 #include <nybase/text/CStdStr.h>
 
 // Files.
+#include <nybase/files/Path.h>
 
 // Data.
 
