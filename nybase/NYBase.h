@@ -6,6 +6,7 @@
 // Shared vocabulary types.
 #include <nybase/base/Expected.h>
 #include <nybase/base/IProgress.h>
+#include <nybase/base/NyChannelConfig.h>
 #include <nybase/base/NyGuid.h>
 #include <nybase/base/NyResult.h>
 
@@ -16,6 +17,7 @@
 
 // Text.
 #include <nybase/text/BasicStringView.h>
+#include <nybase/text/AudioDisplayStrings.h>
 #include <nybase/text/CStdStr.h>
 
 // Files.
