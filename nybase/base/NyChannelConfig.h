@@ -1,28 +1,44 @@
-// NyChannelConfig: the packed 32-bit channel configuration shared by the text and audio layers.
+// NyChannelConfig: the 32-bit packed channel configuration shared by the text and audio layers.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 
-// Bits 0-7: number of channels. Bits 8-11: configuration type (see NY::ChannelConfig). Bits
-// 12-31: channel mask, in the bit assignment of dwChannelMask (0x1 L, 0x2 R, 0x4 C, 0x8 LFE, ...).
-// The layout is stored in files (the private 24-byte fmt form), so it never changes.
-using NyChannelConfig = uint32_t;
+// Configuration types held in bits 8 to 11 of a NyChannelConfig. The numbers are stored in files.
+enum NyChannelConfigType : uint32_t {
+  NyChannelConfigType_Anonymous = 0,
+  NyChannelConfigType_Standard = 1,
+  NyChannelConfigType_Ambisonic = 2,
+  NyChannelConfigType_Objects = 3,
+};
 
-namespace NY::ChannelConfig {
+// Bits 0-7: number of channels; bits 8-11: configuration type; bits 12-31: channel mask in the bit
+// assignment of a WAVE dwChannelMask (only its low 20 bits fit). Passed by value; its packed word
+// is what the private 24-byte fmt form stores on disk.
+struct NyChannelConfig {
+  uint32_t uNumChannels : 8;
+  uint32_t eConfigType : 4;
+  uint32_t uChannelMask : 20;
 
-// Configuration types; their numbers are stored in files.
-inline constexpr uint32_t k_typeAnonymous = 0;
-inline constexpr uint32_t k_typeStandard = 1;
-inline constexpr uint32_t k_typeAmbisonic = 2;
-inline constexpr uint32_t k_typeObjects = 3;
+  constexpr NyChannelConfig() : uNumChannels(0), eConfigType(0), uChannelMask(0) {}
+  // From the packed word (implicit: the word and the record are the same thing).
+  constexpr NyChannelConfig(uint32_t packed)
+      : uNumChannels(packed & 0xFFu), eConfigType((packed >> 8) & 0xFu), uChannelMask(packed >> 12) {}
+  constexpr NyChannelConfig(uint32_t numChannels, uint32_t type, uint32_t mask)
+      : uNumChannels(numChannels & 0xFFu), eConfigType(type & 0xFu), uChannelMask(mask & 0xFFFFFu) {}
 
-constexpr uint32_t NumChannels(NyChannelConfig c) noexcept { return c & 0xFFu; }
-constexpr uint32_t Type(NyChannelConfig c) noexcept { return (c >> 8) & 0xFu; }
-constexpr uint32_t Mask(NyChannelConfig c) noexcept { return c >> 12; }
+  // The packed 32-bit word.
+  constexpr uint32_t Serialize() const {
+    return uNumChannels | (uint32_t{eConfigType} << 8) | (uint32_t{uChannelMask} << 12);
+  }
+  constexpr uint32_t GetNumChannels() const { return uNumChannels; }
+  constexpr uint32_t GetType() const { return eConfigType; }
+  constexpr uint32_t GetChannelMask() const { return uChannelMask; }
 
-// Packs the three fields; each is cut to its width (8, 4 and 20 bits).
-constexpr NyChannelConfig Make(uint32_t numChannels, uint32_t type, uint32_t mask) noexcept {
-  return (numChannels & 0xFFu) | ((type & 0xFu) << 8) | ((mask & 0xFFFFFu) << 12);
-}
-
-}  // namespace NY::ChannelConfig
+  friend constexpr bool operator==(NyChannelConfig a, NyChannelConfig b) {
+    return a.Serialize() == b.Serialize();
+  }
+};
+static_assert(sizeof(NyChannelConfig) == 4, "NyChannelConfig is one 32-bit word");
+static_assert(std::bit_cast<uint32_t>(NyChannelConfig(0x60F106u)) == 0x60F106u,
+              "bit-fields must pack from the least significant bit");

@@ -8,8 +8,6 @@
 namespace StringHelp {
 namespace {
 
-namespace cc = NY::ChannelConfig;
-
 struct SpeakerRow {
   uint32_t bit;
   const wchar_t* name;
@@ -115,18 +113,18 @@ void ChannelMaskToNumChannels(unsigned int mask, unsigned char& earLevel, unsign
 }
 
 void ChannelConfigDisplayName(NyChannelConfig config, CStdStr<wchar_t>& out) {
-  const unsigned n = cc::NumChannels(config);
-  switch (cc::Type(config)) {
-    case cc::k_typeAnonymous:
+  const unsigned n = config.GetNumChannels();
+  switch (config.GetType()) {
+    case NyChannelConfigType_Anonymous:
       if (n == 0) {
         out.clear();
       } else {
         out.Format(L"Anonymous (%u channels)", n);
       }
       return;
-    case cc::k_typeStandard: {
+    case NyChannelConfigType_Standard: {
       unsigned char ear = 0, lfe = 0, height = 0;
-      ChannelMaskToNumChannels(cc::Mask(config), ear, lfe, height);
+      ChannelMaskToNumChannels(config.GetChannelMask(), ear, lfe, height);
       if (height == 0) {
         out.Format(L"%u.%u", unsigned{ear}, unsigned{lfe});
       } else {
@@ -134,10 +132,10 @@ void ChannelConfigDisplayName(NyChannelConfig config, CStdStr<wchar_t>& out) {
       }
       return;
     }
-    case cc::k_typeAmbisonic:
+    case NyChannelConfigType_Ambisonic:
       out.Format(L"Ambisonics (%u channels)", n);
       return;
-    case cc::k_typeObjects:
+    case NyChannelConfigType_Objects:
       out = Localized(L"Audio Objects");
       return;
     default:
@@ -147,10 +145,10 @@ void ChannelConfigDisplayName(NyChannelConfig config, CStdStr<wchar_t>& out) {
 
 void ChannelConfigToDisplayNames(NyChannelConfig config, std::vector<CStdStr<wchar_t>>& out) {
   out.clear();
-  const unsigned n = cc::NumChannels(config);
-  const uint32_t mask = cc::Mask(config);
-  switch (cc::Type(config)) {
-    case cc::k_typeStandard: {
+  const unsigned n = config.GetNumChannels();
+  const uint32_t mask = config.GetChannelMask();
+  switch (config.GetType()) {
+    case NyChannelConfigType_Standard: {
       // With both back and side pairs present the sides are named before the backs: the two
       // pairs of rows after the front speakers swap places. The same arithmetic is applied when
       // the front is incomplete, on purpose: the names then fall as they fall.
@@ -169,11 +167,11 @@ void ChannelConfigToDisplayNames(NyChannelConfig config, std::vector<CStdStr<wch
       }
       return;
     }
-    case cc::k_typeAnonymous:
-    case cc::k_typeObjects:
+    case NyChannelConfigType_Anonymous:
+    case NyChannelConfigType_Objects:
       AppendNumbers(n, out);
       return;
-    case cc::k_typeAmbisonic:
+    case NyChannelConfigType_Ambisonic:
       if (n > k_ambisonicLetters.size()) {
         AppendNumbers(n, out);
         return;
@@ -192,14 +190,14 @@ void ChannelConfigToDisplayNames(NyChannelConfig config, std::vector<CStdStr<wch
 CStdStr<wchar_t> GetChannelConfigOverrideString(NyChannelConfig config, unsigned int ordering) {
   CStdStr<wchar_t> name;
   ChannelConfigDisplayName(config, name);
-  const uint32_t type = cc::Type(config);
-  if (type == cc::k_typeAnonymous) return name;
+  const uint32_t type = config.GetType();
+  if (type == NyChannelConfigType_Anonymous) return name;
 
   CStdStr<wchar_t> detail;
-  if (type != cc::k_typeStandard) {
+  if (type != NyChannelConfigType_Standard) {
     detail = Localized(ordering == 0 ? L"AmbiX" : L"FuMa");
   } else {
-    const uint32_t mask = cc::Mask(config);
+    const uint32_t mask = config.GetChannelMask();
     bool first = true;
     auto append = [&](const wchar_t* speaker) {
       if (!first) detail.push_back(L',');

@@ -9,7 +9,7 @@
 
 namespace {
 
-using NY::ChannelConfig::Make;
+NyChannelConfig Make(uint32_t n, uint32_t type, uint32_t mask) { return NyChannelConfig(n, type, mask); }
 constexpr uint32_t kAnon = 0, kStd = 1, kAmbi = 2, kObj = 3;
 
 std::vector<std::wstring> Names(NyChannelConfig c) {
@@ -62,7 +62,7 @@ TEST(ChannelConfigDisplayName, NamesEachType) {
   for (const Case& c : cases) {
     CStdStr<wchar_t> s(L"previous");
     StringHelp::ChannelConfigDisplayName(c.config, s);
-    EXPECT_EQ(s, c.expected) << std::hex << c.config;
+    EXPECT_EQ(s, c.expected) << std::hex << c.config.Serialize();
   }
 }
 
@@ -128,7 +128,7 @@ TEST(GetChannelConfigOverrideString, AppendsTheChannelOrder) {
   };
   for (const Case& c : cases) {
     EXPECT_EQ(StringHelp::GetChannelConfigOverrideString(c.config, c.ordering), c.expected)
-        << std::hex << c.config << " ordering " << c.ordering;
+        << std::hex << c.config.Serialize() << " ordering " << c.ordering;
   }
 }
 
@@ -167,13 +167,13 @@ TEST(GetChannelConfigOverridePermutations, StandardLayoutsHaveTheirChannelCount)
     StringHelp::GetChannelConfigOverridePermutations(n, overrides);
     int standard = 0;
     for (long long o : overrides) {
-      const auto config = static_cast<NyChannelConfig>(o & 0xFFFFFFFF);
-      if (NY::ChannelConfig::Type(config) != kStd) continue;
+      const NyChannelConfig config(static_cast<uint32_t>(o & 0xFFFFFFFF));
+      if (config.GetType() != kStd) continue;
       ++standard;
-      EXPECT_EQ(NY::ChannelConfig::NumChannels(config), n);
-      EXPECT_EQ(Names(config).size(), n) << std::hex << config;
+      EXPECT_EQ(config.GetNumChannels(), n);
+      EXPECT_EQ(Names(config).size(), n) << std::hex << config.Serialize();
       unsigned char ear = 0, lfe = 0, height = 0;
-      StringHelp::ChannelMaskToNumChannels(NY::ChannelConfig::Mask(config), ear, lfe, height);
+      StringHelp::ChannelMaskToNumChannels(config.GetChannelMask(), ear, lfe, height);
       EXPECT_EQ(ear + lfe + height, static_cast<int>(n));
       EXPECT_LE(lfe, 1);
     }
