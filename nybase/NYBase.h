@@ -11,6 +11,7 @@
 #include <nybase/base/NyResult.h>
 
 // Platform services.
+#include <nybase/platform/FileApi.h>
 #include <nybase/platform/LastError.h>
 #include <nybase/platform/NativePath.h>
 #include <nybase/platform/Utf.h>
@@ -21,6 +22,7 @@
 #include <nybase/text/CStdStr.h>
 
 // Files.
+#include <nybase/files/File.h>
 #include <nybase/files/Path.h>
 
 // Data.
