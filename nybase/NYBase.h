@@ -32,3 +32,5 @@
 // Audio.
 
 // Analysis.
+#include <nybase/analysis/FFTHelper.h>
+#include <nybase/analysis/NyOnsetDetector.h>

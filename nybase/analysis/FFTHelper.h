@@ -1,0 +1,48 @@
+// FFTHelper: the peak-hold spectrum of a whole audio source in decibels, and its highest frequency
+// above a level.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include <nybase/base/IProgress.h>
+
+namespace lu::analysis::detail {
+class IFrameSource;
+}
+
+// Drives a real-input FFT of one size over consecutive blocks of a source. Built once per size and
+// window, usable for any number of sources; one thread at a time.
+class FFTHelper {
+ public:
+  enum WindowFunction : int { Triangular = 0, Hamming = 1, Hann = 2 };
+
+  // Prepares an FFT of `size` points and its window. `size` must be even: an odd size prints
+  // "Real FFT optimization must be even." on stderr and leaves an object whose spectra all fail.
+  FFTHelper(unsigned int size, WindowFunction window);
+  ~FFTHelper();
+  FFTHelper(const FFTHelper&) = delete;
+  FFTHelper& operator=(const FFTHelper&) = delete;
+
+  // The spectrum of `frames` interleaved frames of `channels` samples in memory, read in blocks of
+  // size frames: size/2 bins, peak-held over all blocks, in dB stretched so that the peak is 0 and
+  // -96.3 stays fixed. Entries already in `spectrum` take part in the peak hold, so pass it empty.
+  // `progress` (may be null) gets SetRange(0, frames) and a position per block. False when the
+  // object is unusable or when cancelled; `spectrum` then holds raw peak powers.
+  bool GetSpectrum(const float* samples, unsigned int channels, unsigned int frames,
+                   std::vector<float>& spectrum, IProgress* progress);
+
+  // Highest frequency whose entry is strictly above `threshold`: index i of m entries maps to
+  // i x rate / (2 m). 0 when no entry is above it.
+  static float FindMaximumFrequency(const std::vector<float>& spectrum, unsigned int sampleRate,
+                                    double threshold);
+
+ private:
+  struct State;
+  // The block loop, the conversion to dB and the stretch, for any source of frames.
+  bool Compute(lu::analysis::detail::IFrameSource& source, unsigned int channels, unsigned int blockChannels,
+                  unsigned int frames, std::vector<float>& spectrum, IProgress* progress);
+
+  unsigned int m_size;
+  std::unique_ptr<State> m_state;
+};

@@ -1,0 +1,44 @@
+// NyOnsetDetector: the two-step onset analysis on top of the spectral-flux pipeline.
+#include <nybase/analysis/NyOnsetDetector.h>
+
+#include <algorithm>
+
+#include <nybase/analysis/internal/OnsetAnalysis.h>
+
+namespace detail = lu::analysis::detail;
+
+NyOnsetDetector::NyOnsetDetector() = default;
+NyOnsetDetector::~NyOnsetDetector() = default;
+
+void NyOnsetDetector::SetSource(float* samples, unsigned int channels, unsigned int frames,
+                                unsigned int sampleRate) {
+  m_channels = channels;
+  m_frames = frames;
+  m_sampleRate = sampleRate;
+  m_hop = detail::OnsetHop(sampleRate);
+  std::vector<float> function;
+  detail::MemoryDetectionFunction(samples, channels, frames, sampleRate, function);
+  TakeDetectionFunction(function);
+}
+
+void NyOnsetDetector::TakeDetectionFunction(const std::vector<float>& function) {
+  // A source that produced no function leaves the previous onsets as they were.
+  if (function.empty()) return;
+  m_count = static_cast<unsigned int>(function.size());
+  detail::PickOnsets(function, m_sampleRate, m_hop, m_onsets);
+}
+
+void NyOnsetDetector::GetMarkerTimes(std::vector<double>& times, float sensitivity) {
+  times.clear();
+  // Only an exact 0 returns nothing; a NaN goes on.
+  if (sensitivity == 0.0f || m_onsets.empty()) return;
+  times.reserve(m_onsets.size());
+  const float low = m_onsets.front().strength;
+  const float high = m_onsets.back().strength;
+  const float cut = (high - low) * (1.0f - sensitivity);
+  for (size_t i = m_onsets.size(); i-- > 0;) {
+    if (cut > m_onsets[i].strength - low) break;
+    times.push_back(m_onsets[i].time);
+  }
+  std::sort(times.begin(), times.end());
+}
