@@ -30,6 +30,13 @@
 // Documents.
 
 // Audio.
+#include <nybase/audio/IDataDecipher.h>
+#include <nybase/audio/NyAudioFileReader.h>
+#include <nybase/audio/NyChannelOrdering.h>
+#include <nybase/audio/NyWavFileReader.h>
+#include <nybase/audio/NyWaveMarker.h>
+#include <nybase/audio/RiffChunks.h>
+#include <nybase/audio/WaveFormat.h>
 
 // Analysis.
 #include <nybase/analysis/FFTHelper.h>
