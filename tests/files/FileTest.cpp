@@ -79,25 +79,23 @@ TEST(FileOpen, EachModeOnExistingAndMissingFiles) {
       continue;
     }
     EXPECT_TRUE(f.IsOpen());
+    char b;
+    unsigned int done = 7;
     if (c.readBack) {
       EXPECT_EQ(ReadRest(f), c.readBack);
     } else {
-      char b;
-      unsigned int done = 7;
       EXPECT_TRUE(f.Read(&b, 1, done));
       EXPECT_EQ(done, 0u);
+      EXPECT_EQ(File::GetLastError(), lu::FileErrorAccessDenied);
     }
     EXPECT_EQ(f.SetFilePointer(0, lu::FilePointerBegin), 0);
-    if (c.afterWrite) {
-      EXPECT_TRUE(f.WriteExact("XY", 2));
-      EXPECT_EQ(f.Close(), 1);
-      const std::vector<uint8_t> got = ReadFileBytes(native);
-      EXPECT_EQ(std::string(got.begin(), got.end()), c.afterWrite);
-    } else {
-      EXPECT_FALSE(f.WriteExact("XY", 2) && f.Flush());
-      EXPECT_EQ(f.Close(), 1);
-      EXPECT_EQ(ReadFileBytes(native), Bytes("abc"));
+    EXPECT_EQ(f.WriteExact("XY", 2), c.afterWrite != nullptr);
+    if (!c.afterWrite) {
+      EXPECT_EQ(File::GetLastError(), lu::FileErrorAccessDenied);
     }
+    EXPECT_EQ(f.Close(), 1);
+    const std::vector<uint8_t> got = ReadFileBytes(native);
+    EXPECT_EQ(std::string(got.begin(), got.end()), c.afterWrite ? c.afterWrite : "abc");
   }
 }
 
@@ -159,6 +157,7 @@ TEST(FileOpen, BadPathsFailWithAReasonAndCreateNothing) {
       {dir.Wide("") + L"\\" + longName, 2, lu::FileErrorOther},
       {dir.Wide("sub"), 2, lu::FileErrorAccessDenied},
       {dir.Wide(""), 2, lu::FileErrorAccessDenied},
+      {dir.Wide("nul") + std::wstring(1, L'\0') + L"x", 2, lu::FileErrorOther},
   };
   for (const Case& c : cases) {
     for (int mode = 0; mode < 4; ++mode) {
@@ -171,6 +170,7 @@ TEST(FileOpen, BadPathsFailWithAReasonAndCreateNothing) {
     }
   }
   EXPECT_EQ(ReadFileBytes(dir.Native("keep")), Bytes("keep"));
+  EXPECT_FALSE(Exists(dir.Native("nul")));
   EXPECT_EQ(nytest::Run("test $(ls -A '" + dir.Native() + "' | wc -l) -eq 2"), 0) << "an open created a file";
 }
 
@@ -448,6 +448,19 @@ TEST(FileIo, SeekingSizesAndTruncation) {
   unsigned int done;
   ASSERT_TRUE(f.Read(buf, 8, done));
   EXPECT_EQ(std::string(buf, done), std::string("0123\0\0", 6));
+
+  // Positions and sizes are 64-bit (the file is sparse).
+  const int64_t far = (int64_t{5} << 30) + 3;
+  ASSERT_EQ(f.SetFilePointer(far, lu::FilePointerBegin), far);
+  ASSERT_TRUE(f.WriteExact("z", 1) && f.Flush());
+  EXPECT_EQ(f.GetFileSize(), static_cast<uint64_t>(far) + 1);
+  EXPECT_EQ(f.GetFileInfo().size, static_cast<uint64_t>(far) + 1);
+  ASSERT_EQ(f.Close(), 1);
+
+  File reader;
+  ASSERT_EQ(reader.Open(P(dir, "s"), NyOpenModeRead, 0), 1);
+  EXPECT_FALSE(reader.SetEndOfFile());
+  EXPECT_EQ(File::GetLastError(), lu::FileErrorAccessDenied);
 }
 
 TEST(FileIo, SetEndOfFileDropsReadAheadBeyondTheCut) {

@@ -79,6 +79,16 @@ void ApplyAfterClose(const CloseAction& action) {
 
 uint32_t Fail(int err) { return SetLastErrorFromErrno(err); }
 
+// A stream used against its access (a read on a write-only stream, a write or a truncation on a
+// read-only one) is an access error, as it is for a handle without that right.
+void FailStream(int err) {
+  if (err == EBADF) {
+    SetLastError(k_errorAccessDenied);
+  } else {
+    Fail(err);
+  }
+}
+
 // Characters no Windows file name may hold; the drive colon is gone once the path is native.
 bool HasForbiddenChar(const std::string& native) {
   for (unsigned char c : native) {
@@ -333,7 +343,7 @@ FileHandle GetStreamHandle(FILE* stream) { return stream ? ::fileno(stream) : k_
 size_t ReadStream(FILE* stream, void* buffer, size_t size) {
   const size_t n = std::fread(buffer, 1, size, stream);
   if (n < size) {
-    if (std::ferror(stream)) Fail(errno);
+    if (std::ferror(stream)) FailStream(errno);
     // End of file is not sticky: data appended later by another handle can still be read.
     std::clearerr(stream);
   }
@@ -343,7 +353,7 @@ size_t ReadStream(FILE* stream, void* buffer, size_t size) {
 size_t WriteStream(FILE* stream, const void* buffer, size_t size) {
   const size_t n = std::fwrite(buffer, 1, size, stream);
   if (n < size) {
-    Fail(std::ferror(stream) ? errno : EIO);
+    FailStream(std::ferror(stream) ? errno : EIO);
     std::clearerr(stream);
   }
   return n;
@@ -383,8 +393,14 @@ bool SetEndOfFile(FILE* stream) {
     return false;
   }
   const off_t pos = ::ftello(stream);
-  if (pos < 0 || ::ftruncate(::fileno(stream), pos) != 0) {
+  if (pos < 0) {
     Fail(errno);
+    return false;
+  }
+  if (::ftruncate(::fileno(stream), pos) != 0) {
+    const int err = errno;
+    const int fl = ::fcntl(::fileno(stream), F_GETFL);
+    FailStream(fl != -1 && (fl & O_ACCMODE) == O_RDONLY ? EBADF : err);
     return false;
   }
   return true;

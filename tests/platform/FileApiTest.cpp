@@ -1,0 +1,143 @@
+// The platform's file services: open dispositions, attributes and wildcard searches.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+
+#include <string>
+#include <vector>
+
+#include <nybase/platform/FileApi.h>
+#include <nybase/platform/LastError.h>
+
+#include "../support/TestSupport.h"
+
+using namespace lu::platform;
+using nytest::TempDir;
+
+TEST(FileApi, OpenDispositionsReportWindowsErrors) {
+  TempDir dir;
+  nytest::WriteFileBytes(dir.Native("f"), {1, 2, 3});
+  struct Case {
+    std::string name;
+    uint32_t access;
+    uint32_t disposition;
+    uint32_t error;  // 0: the open succeeds
+  };
+  const Case cases[] = {
+      {"f", k_genericRead, k_createNew, k_errorFileExists},
+      {"f", k_genericRead, k_truncateExisting, k_errorInvalidParameter},
+      {"f", k_genericRead, 0, k_errorInvalidParameter},
+      {"f", k_genericRead, 6, k_errorInvalidParameter},
+      {"g", k_genericRead, k_openExisting, k_errorFileNotFound},
+      {"g", k_genericWrite, k_truncateExisting, k_errorFileNotFound},
+      {"no/g", k_genericWrite, k_openAlways, k_errorPathNotFound},
+      {"f/g", k_genericRead, k_openExisting, k_errorPathNotFound},
+      {"f", k_genericRead | k_genericWrite, k_truncateExisting, 0},
+  };
+  for (const Case& c : cases) {
+    const std::wstring path = dir.Wide(c.name);
+    SetLastError(12345);
+    const FileHandle h = CreateFileW(path.data(), path.size(), c.access, k_fileShareRead, c.disposition, 0);
+    EXPECT_EQ(GetLastError(), c.error) << c.name << " " << c.disposition;
+    EXPECT_EQ(h != k_invalidFileHandle, c.error == 0);
+    if (h != k_invalidFileHandle) {
+      EXPECT_TRUE(CloseHandle(h));
+    }
+  }
+  EXPECT_TRUE(nytest::ReadFileBytes(dir.Native("f")).empty()) << "the last case truncates";
+}
+
+TEST(FileApi, AttributesFollowModeBitsNamesAndTheHiddenMark) {
+  TempDir dir;
+  nytest::WriteFileBytes(dir.Native("plain"), {1, 2});
+  nytest::WriteFileBytes(dir.Native(".dot"), {1});
+  nytest::WriteFileBytes(dir.Native("ro"), {1});
+  ASSERT_EQ(::chmod(dir.Native("ro").c_str(), 0444), 0);
+  ASSERT_EQ(::mkdir(dir.Native("sub").c_str(), 0755), 0);
+  const std::pair<std::string, uint32_t> cases[] = {
+      {"plain", k_fileAttributeNormal},
+      {".dot", k_fileAttributeHidden},
+      {"ro", k_fileAttributeReadOnly},
+      {"sub", k_fileAttributeDirectory},
+  };
+  for (const auto& [name, attributes] : cases) {
+    const std::wstring path = dir.Wide(name);
+    FileAttributeData data;
+    ASSERT_TRUE(GetFileAttributesExW(path.data(), path.size(), data)) << name;
+    EXPECT_EQ(data.attributes, attributes) << name;
+  }
+  const std::wstring plain = dir.Wide("plain");
+  FileAttributeData data;
+  ASSERT_TRUE(GetFileAttributesExW(plain.data(), plain.size(), data));
+  EXPECT_EQ(data.fileSize, 2u);
+  if (::setxattr(dir.Native("plain").c_str(), "user.nybase.hidden", "1", 1, 0) == 0) {
+    ASSERT_TRUE(GetFileAttributesExW(plain.data(), plain.size(), data));
+    EXPECT_EQ(data.attributes, k_fileAttributeHidden);
+  }
+  const std::wstring missing = dir.Wide("none");
+  EXPECT_FALSE(GetFileAttributesExW(missing.data(), missing.size(), data));
+  EXPECT_EQ(GetLastError(), k_errorFileNotFound);
+}
+
+TEST(FileApi, SearchesMatchWildcardsWithoutCaseInNameOrder) {
+  TempDir dir;
+  for (const char* name : {"b.WAV", "a.wav", "C.wav", "a.txt", "noext", "ab"}) nytest::WriteFileBytes(dir.Native(name), {});
+  struct Case {
+    std::string pattern;
+    std::vector<std::string> names;  // empty: the search fails with `error`
+    uint32_t error;
+  };
+  const Case cases[] = {
+      {"*.wav", {"a.wav", "b.WAV", "C.wav"}, 0},
+      {"?.WAV", {"a.wav", "b.WAV", "C.wav"}, 0},
+      {"a*", {"a.txt", "a.wav", "ab"}, 0},
+      {"*.*", {".", "..", "a.txt", "a.wav", "ab", "b.WAV", "C.wav", "noext"}, 0},
+      {"*t", {"a.txt", "noext"}, 0},
+      {"noext", {"noext"}, 0},
+      {"z*", {}, k_errorFileNotFound},
+      {"missing", {}, k_errorFileNotFound},
+      {"nodir/*", {}, k_errorPathNotFound},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.pattern);
+    const std::wstring pattern = dir.Wide(c.pattern);
+    FindData data;
+    FindHandle find = FindFirstFileExW(pattern.data(), pattern.size(), data);
+    if (c.names.empty()) {
+      EXPECT_EQ(find, nullptr);
+      EXPECT_EQ(GetLastError(), c.error);
+      continue;
+    }
+    ASSERT_NE(find, nullptr);
+    std::vector<std::string> got;
+    do {
+      std::string name;
+      for (const wchar_t* p = data.fileName; *p; ++p) name.push_back(static_cast<char>(*p));
+      got.push_back(name);
+    } while (FindNextFileW(find, data));
+    EXPECT_EQ(GetLastError(), k_errorNoMoreFiles);
+    EXPECT_TRUE(FindClose(find));
+    EXPECT_EQ(got, c.names);
+  }
+}
+
+TEST(FileApi, FileTimesConvertBothWays) {
+  const struct {
+    int64_t seconds;
+    long nanoseconds;
+    int64_t fileTime;
+  } cases[] = {
+      {0, 0, k_fileTimeUnixEpoch},
+      {1, 500, k_fileTimeUnixEpoch + 10000005},
+      {-2, 500000000, k_fileTimeUnixEpoch - 15000000},
+      {-11644473600, 0, 0},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(FileTimeFromUnix(c.seconds, c.nanoseconds), c.fileTime);
+    int64_t s;
+    long ns;
+    FileTimeToUnix(c.fileTime, s, ns);
+    EXPECT_EQ(s, c.seconds);
+    EXPECT_EQ(ns, c.nanoseconds);
+  }
+}
