@@ -134,15 +134,15 @@ bool File::Flush() const {
 
 bool File::SetEndOfFile() const { return m_stream != nullptr && pf::SetEndOfFile(m_stream); }
 
-int64_t File::SetFilePointer(int64_t offset, FilePointerPosition position) const {
+long long File::SetFilePointer(long long offset, FilePointerPosition position) const {
   if (m_stream == nullptr) return -1;
   const int origin = position == FilePointerCurrent ? 1 : position == FilePointerEnd ? 2 : 0;
   return pf::SeekStream(m_stream, offset, origin);
 }
 
-uint64_t File::GetFileSize() const {
+unsigned long long File::GetFileSize() const {
   uint64_t size = 0;
-  if (m_stream == nullptr || !pf::GetFileSize(pf::GetStreamHandle(m_stream), size)) return ~uint64_t{0};
+  if (m_stream == nullptr || !pf::GetFileSize(pf::GetStreamHandle(m_stream), size)) return ~0ull;
   return size;
 }
 

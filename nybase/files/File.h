@@ -55,8 +55,8 @@ enum FileError : int {
 
 // Last write time (seconds since 1970-01-01 UTC) and size in bytes; zero in both when unknown.
 struct FileInfo {
-  int64_t lastWriteTime = 0;
-  uint64_t size = 0;
+  long long lastWriteTime = 0;
+  unsigned long long size = 0;
 };
 
 // The binary file. It owns its stream, or is a view that borrows another File's stream; views
@@ -106,9 +106,9 @@ class File {
   bool SetEndOfFile() const;
   // Seeks (any position value but 1 and 2 counts from the start) and returns the new position;
   // -1 when closed or on failure.
-  int64_t SetFilePointer(int64_t offset, FilePointerPosition position) const;
+  long long SetFilePointer(long long offset, FilePointerPosition position) const;
   // Size of the file in bytes; all ones when closed or on failure.
-  uint64_t GetFileSize() const;
+  unsigned long long GetFileSize() const;
   // Last write time and size of the open file; the zero record when closed or on failure.
   FileInfo GetFileInfo() const;
   // Gives this open file the last write time of the file at `source`; false on failure.
