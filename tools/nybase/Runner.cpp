@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "Cli.h"
+#include "Json.h"
 
 namespace nybase::tool {
 namespace {
@@ -58,6 +59,16 @@ class ProgressBar {
 };
 
 }  // namespace
+
+FileOutcome FailedFile(const std::string& file, const std::string& reason, bool json) {
+  FileOutcome outcome = FileOutcome::Failure(file + ": " + reason);
+  if (json) {
+    Json j;
+    j.BeginObject().Field("file", file).Field("ok", false).Field("error", reason).EndObject();
+    outcome.out = j.Text() + "\n";
+  }
+  return outcome;
+}
 
 void JobProgress::SetFraction(double f) {
   if (m_fraction != nullptr) m_fraction->store(std::clamp(f, 0.0, 1.0), std::memory_order_relaxed);

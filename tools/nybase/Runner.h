@@ -19,6 +19,10 @@ struct FileOutcome {
   static FileOutcome Failure(std::string error) { return {{}, std::move(error), false}; }
 };
 
+// A file that failed: the error line is "FILE: REASON"; with `json`, stdout also gets the line
+// {"file":FILE,"ok":false,"error":REASON} so that a JSON reader sees every file.
+FileOutcome FailedFile(const std::string& file, const std::string& reason, bool json);
+
 // Lets a job report how far it is (0 to 1) for the progress bar; doubles as an IProgress sink for
 // library calls that report ranges and positions. It never asks to cancel.
 class JobProgress final : public IProgress {
