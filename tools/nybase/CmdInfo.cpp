@@ -1,7 +1,169 @@
 // nybase info: format, length, markers, loop, hash and ADM metadata of WAV files.
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <nybase/audio/RiffChunks.h>
+#include <nybase/text/AudioDisplayStrings.h>
+
+#include "AudioInput.h"
 #include "Commands.h"
+#include "Json.h"
+#include "Runner.h"
 
 namespace nybase::tool {
+namespace {
+
+const char* ConfigTypeName(uint32_t type) {
+  switch (type) {
+    case NyChannelConfigType_Anonymous: return "anonymous";
+    case NyChannelConfigType_Standard: return "standard";
+    case NyChannelConfigType_Ambisonic: return "ambisonic";
+    case NyChannelConfigType_Objects: return "objects";
+    default: return "unknown";
+  }
+}
+
+const char* OrderingName(NY::NyChannelOrdering o) {
+  switch (o) {
+    case NY::ChannelOrdering_Native: return "native";
+    case NY::ChannelOrdering_Pipeline: return "pipeline";
+    case NY::ChannelOrdering_FuMa: return "fuma";
+    default: return "unknown";
+  }
+}
+
+// A marker's label as text: the bytes up to the first NUL inside its size.
+std::string LabelText(const NY_WAVE_MARKER& m) {
+  if (m.strLabel == nullptr || m.dwLabelSize == 0) return {};
+  const void* nul = std::memchr(m.strLabel, 0, m.dwLabelSize);
+  const size_t n = nul != nullptr ? static_cast<size_t>(static_cast<const char*>(nul) - m.strLabel) : m.dwLabelSize;
+  return std::string(m.strLabel, n);
+}
+
+std::string Seconds(double s) {
+  char buf[32];
+  std::snprintf(buf, sizeof buf, "%.3f s", s);
+  return buf;
+}
+
+struct Facts {
+  std::string configName;
+  std::vector<std::string> speakers;
+  bool hasLoop = false;
+  bool hasHash = false;
+  std::string hashHex;
+};
+
+Facts Gather(const NyAudioFileReader& r) {
+  Facts f;
+  const NyChannelConfig config = r.GetFormat().channelConfig;
+  CStdStr<wchar_t> name;
+  StringHelp::ChannelConfigDisplayName(config, name);
+  f.configName = Narrow(name);
+  std::vector<CStdStr<wchar_t>> names;
+  StringHelp::ChannelConfigToDisplayNames(config, names);
+  for (const auto& n : names) f.speakers.push_back(Narrow(n));
+  f.hasLoop = (r.ChunksRead() & ChunkFlag_Smpl) != 0;
+  unsigned char hash[16];
+  f.hasHash = r.GetHash(hash, sizeof hash);
+  if (f.hasHash) {
+    static const char k_hex[] = "0123456789abcdef";
+    for (unsigned char b : hash) {
+      f.hashHex.push_back(k_hex[b >> 4]);
+      f.hashHex.push_back(k_hex[b & 15]);
+    }
+  }
+  return f;
+}
+
+std::string AsText(const std::string& file, const NyAudioFileReader& r) {
+  const Facts f = Gather(r);
+  const WaveFormatExtensible& fmt = r.GetFormat();
+  const double rate = fmt.nSamplesPerSec;
+  std::string s = file + "\n";
+  s += "  format    " + DescribeEncoding(r) + ", " + std::to_string(fmt.nSamplesPerSec) + " Hz\n";
+  s += "  channels  " + std::to_string(fmt.nChannels);
+  if (!f.configName.empty()) s += ", " + f.configName;
+  if (!f.speakers.empty()) {
+    s += " (";
+    for (size_t i = 0; i < f.speakers.size(); ++i) s += (i ? " " : "") + f.speakers[i];
+    s += ")";
+  }
+  s += "\n";
+  s += "  length    " + std::to_string(r.GetNumFrames()) + " frames, " + Seconds(r.GetDuration()) + "\n";
+  if (f.hasLoop) {
+    s += "  loop      frames " + std::to_string(r.GetLoopStartFrame()) + " to " +
+         std::to_string(r.GetLoopEndFrame()) + " (" + Seconds(r.GetLoopStartFrame() / rate) + " to " +
+         Seconds(r.GetLoopEndFrame() / rate) + ")\n";
+  } else {
+    s += "  loop      none\n";
+  }
+  s += "  hash      " + (f.hasHash ? f.hashHex : std::string("none")) + "\n";
+  s += "  markers   " + std::to_string(r.GetMarkers().size()) + "\n";
+  for (const NY_WAVE_MARKER& m : r.GetMarkers()) {
+    char line[96];
+    std::snprintf(line, sizeof line, "    %4" PRIu32 "  %10.3f s  frame %-10" PRIu32, m.dwIdentifier,
+                  m.dwPosition / rate, m.dwPosition);
+    s += line;
+    const std::string label = LabelText(m);
+    if (!label.empty()) s += "  \"" + label + "\"";
+    s += "\n";
+  }
+  s += "  adm       " + std::string(r.GetADM() != nullptr ? "present" : "none") + "\n";
+  return s;
+}
+
+std::string AsJson(const std::string& file, const NyAudioFileReader& r) {
+  const Facts f = Gather(r);
+  const WaveFormatExtensible& fmt = r.GetFormat();
+  const double rate = fmt.nSamplesPerSec;
+  const NyChannelConfig config = fmt.channelConfig;
+  Json j;
+  j.BeginObject().Field("file", file).Field("ok", true);
+  j.Key("format").BeginObject()
+      .Field("codec", Narrow(StringHelp::FmtTagToString(fmt.wFormatTag)))
+      .Field("formatTag", unsigned{fmt.wFormatTag})
+      .Field("sampleType", r.GetDataTypeID() == 0 ? std::string("int") : std::string("float"))
+      .Field("sampleRate", unsigned{fmt.nSamplesPerSec})
+      .Field("bitsPerSample", unsigned{fmt.wBitsPerSample})
+      .Field("blockAlign", unsigned{fmt.nBlockAlign})
+      .Field("channels", unsigned{fmt.nChannels});
+  j.Key("channelConfig").BeginObject()
+      .Field("packed", config.Serialize())
+      .Field("type", std::string(ConfigTypeName(config.GetType())))
+      .Field("name", f.configName)
+      .Field("mask", config.GetChannelMask());
+  j.Key("speakers").BeginArray();
+  for (const auto& sp : f.speakers) j.String(sp);
+  j.EndArray().EndObject();
+  j.Field("channelOrdering", std::string(OrderingName(r.GetChannelOrdering())));
+  j.EndObject();
+  j.Field("frames", r.GetNumFrames()).Field("duration", r.GetDuration());
+  j.Key("markers").BeginArray();
+  for (const NY_WAVE_MARKER& m : r.GetMarkers()) {
+    j.BeginObject().Field("id", m.dwIdentifier).Field("frame", m.dwPosition)
+        .Field("time", m.dwPosition / rate).Field("label", LabelText(m)).EndObject();
+  }
+  j.EndArray();
+  j.Key("loop");
+  if (f.hasLoop) {
+    j.BeginObject().Field("startFrame", r.GetLoopStartFrame()).Field("endFrame", r.GetLoopEndFrame())
+        .Field("start", r.GetLoopStartFrame() / rate).Field("end", r.GetLoopEndFrame() / rate).EndObject();
+  } else {
+    j.Null();
+  }
+  j.Key("hash");
+  if (f.hasHash) j.String(f.hashHex); else j.Null();
+  j.Key("adm");
+  if (r.GetADM() != nullptr) j.BeginObject().EndObject(); else j.Null();
+  j.EndObject();
+  return j.Text() + "\n";
+}
+
+}  // namespace
 
 const CommandSpec& InfoSpec() {
   static const CommandSpec spec{
@@ -17,11 +179,21 @@ const CommandSpec& InfoSpec() {
 }
 
 int RunInfo(int argc, char** argv) {
-  const ParseResult parsed = ParseArgs(InfoSpec(), argc, argv);
+  const CommandSpec& spec = InfoSpec();
+  const ParseResult parsed = ParseArgs(spec, argc, argv);
   if (!parsed.args) return parsed.exitCode;
+  const Args& args = *parsed.args;
   unsigned jobs = 0;
-  if (!ParseJobs(*parsed.args, jobs)) return UsageError(InfoSpec(), "-j needs a number of jobs from 1 to 1024");
-  return NotAvailable(InfoSpec(), "reading WAV files needs the WAV reader, which is not built yet");
+  if (!ParseJobs(args, jobs)) return UsageError(spec, "-j needs a number of jobs from 1 to 1024");
+  const bool json = args.Has("json");
+  const auto& files = args.Positional();
+  const size_t failed = RunInOrder(spec.name, files.size(), jobs, [&](size_t i, JobProgress&) {
+    std::string error;
+    const auto reader = OpenWav(files[i], error);
+    if (!reader) return FailedFile(files[i], error, json);
+    return FileOutcome{json ? AsJson(files[i], *reader) : AsText(files[i], *reader), {}, true};
+  });
+  return failed == 0 ? k_exitOk : k_exitFailure;
 }
 
 }  // namespace nybase::tool

@@ -1,0 +1,29 @@
+// Opening WAV files for the tool's commands, with one-line reasons for every failure.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <nybase/audio/NyAudioFileReader.h>
+#include <nybase/files/Path.h>
+
+namespace nybase::tool {
+
+// The library's path value for a native path given on the command line.
+lu::Path ToLibraryPath(const std::string& native);
+
+// Opens `native` as a WAV file and walks all of its chunks. On failure returns null and sets
+// `error` to the reason ("no such file", "not a WAV file ...", "truncated ...", ...).
+std::unique_ptr<NyAudioFileReader> OpenWav(const std::string& native, std::string& error);
+
+// Empty when the samples can be read as floats (integer PCM of 8 to 32 bits or 32-bit float);
+// otherwise the reason, naming the codec.
+std::string CheckSampleFormat(const NyAudioFileReader& reader);
+
+// "PCM 24-bit integer", "PCM 32-bit float", "ADPCM 4-bit", ...
+std::string DescribeEncoding(const NyAudioFileReader& reader);
+
+// The UTF-8 text of a wide string.
+std::string Narrow(const std::wstring& wide);
+
+}  // namespace nybase::tool
