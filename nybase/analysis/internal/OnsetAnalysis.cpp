@@ -9,17 +9,8 @@
 #include <limits>
 #include <utility>
 
-#include <nybase/analysis/internal/AlignedArray.h>
-
 namespace lu::analysis::detail {
 
-namespace {
-
-// 2 pi as the float the window formulas use.
-constexpr float k_twoPi = 6.2831855f;
-
-// Sum of the samples of each frame, in channel order from 0, times 1/c in float; one channel is
-// copied as it stands.
 void Downmix(const float* in, unsigned int channels, size_t frames, float* out) {
   if (channels == 1) {
     std::memcpy(out, in, frames * sizeof(float));
@@ -43,89 +34,69 @@ void Downmix(const float* in, unsigned int channels, size_t frames, float* out) 
   }
 }
 
-// The per-window state: Hamming window, real FFT, and the current and previous power spectra,
-// which trade places after every window. All arrays are 16-byte aligned.
-class SpectralFlux {
- public:
-  SpectralFlux() = default;
-  ~SpectralFlux() { kiss_fftr_free(m_config); }
-  SpectralFlux(const SpectralFlux&) = delete;
-  SpectralFlux& operator=(const SpectralFlux&) = delete;
+SpectralFlux::~SpectralFlux() { kiss_fftr_free(m_config); }
 
-  // False when memory runs out.
-  bool Init() {
-    if (!m_window.Allocate(k_onsetWindow) || !m_time.Allocate(k_onsetWindow) ||
-        !m_freq.Allocate(k_onsetBins) || !m_current.Allocate(k_onsetBins) ||
-        !m_previous.Allocate(k_onsetBins)) {
-      return false;
-    }
-    m_config = kiss_fftr_alloc(static_cast<int>(k_onsetWindow), 0, nullptr, nullptr);
-    if (!m_config) return false;
-    const float t = k_twoPi / static_cast<float>(k_onsetWindow - 1);
-    float sum = 0.0f;
-    for (unsigned int i = 0; i < k_onsetWindow; ++i) {
-      m_window[i] = 0.53836f - 0.46164f * std::cos(static_cast<float>(i) * t);
-      sum += m_window[i];
-    }
-    m_norm = 1.0f / sum;
-    return true;
+bool SpectralFlux::Init() {
+  if (!m_window.Allocate(k_onsetWindow) || !m_time.Allocate(k_onsetWindow) || !m_freq.Allocate(2 * k_onsetBins) ||
+      !m_current.Allocate(k_onsetBins) || !m_previous.Allocate(k_onsetBins)) {
+    return false;
   }
-
-  // Scratch of one window's mono samples, for callers that assemble a window in place.
-  float* TimeBuffer() { return m_time.data(); }
-
-  // Windows 2048 mono samples (which may be TimeBuffer()), transforms them and stores their
-  // power spectrum; every window but the first appends its flux over the previous one.
-  void Process(const float* mono, bool first, std::vector<float>& function) {
-    float* time = m_time.data();
-    const float* window = m_window.data();
-    for (unsigned int i = 0; i < k_onsetWindow; ++i) time[i] = mono[i] * window[i];
-    kiss_fftr(m_config, time, m_freq.data());
-
-    const kiss_fft_cpx* freq = m_freq.data();
-    float* cur = m_current.data();
-    const float* prev = m_previous.data();
-    const float norm = m_norm;
-    // Four bins at a time over the first 1024 bins, in four partial sums combined at the end;
-    // the last bin is finished by itself.
-    constexpr unsigned int wide = k_onsetBins & ~3u;
-    float s0 = 0.0f, s1 = 0.0f, s2 = 0.0f, s3 = 0.0f;
-    for (unsigned int k = 0; k < wide; k += 4) {
-      const float p0 = (freq[k].r * freq[k].r + freq[k].i * freq[k].i) * norm;
-      const float p1 = (freq[k + 1].r * freq[k + 1].r + freq[k + 1].i * freq[k + 1].i) * norm;
-      const float p2 = (freq[k + 2].r * freq[k + 2].r + freq[k + 2].i * freq[k + 2].i) * norm;
-      const float p3 = (freq[k + 3].r * freq[k + 3].r + freq[k + 3].i * freq[k + 3].i) * norm;
-      cur[k] = p0;
-      cur[k + 1] = p1;
-      cur[k + 2] = p2;
-      cur[k + 3] = p3;
-      const float d0 = p0 - prev[k], d1 = p1 - prev[k + 1], d2 = p2 - prev[k + 2], d3 = p3 - prev[k + 3];
-      s0 += (std::fabs(d0) + d0) * 0.5f;
-      s1 += (std::fabs(d1) + d1) * 0.5f;
-      s2 += (std::fabs(d2) + d2) * 0.5f;
-      s3 += (std::fabs(d3) + d3) * 0.5f;
-    }
-    float flux = (s0 + s1) + (s2 + s3);
-    for (unsigned int k = wide; k < k_onsetBins; ++k) {
-      cur[k] = (freq[k].r * freq[k].r + freq[k].i * freq[k].i) * norm;
-      const float d = cur[k] - prev[k];
-      flux += (std::fabs(d) + d) * 0.5f;
-    }
-    if (!first) function.push_back(flux);
-    std::swap(m_current, m_previous);
+  m_config = kiss_fftr_alloc(static_cast<int>(k_onsetWindow), 0, nullptr, nullptr);
+  if (!m_config) return false;
+  // Hamming in float with 2 pi = 6.2831855; the power is normalised by the window's sum.
+  const float t = 6.2831855f / static_cast<float>(k_onsetWindow - 1);
+  float sum = 0.0f;
+  for (unsigned int i = 0; i < k_onsetWindow; ++i) {
+    m_window[i] = 0.53836f - 0.46164f * std::cos(static_cast<float>(i) * t);
+    sum += m_window[i];
   }
+  m_norm = 1.0f / sum;
+  return true;
+}
 
- private:
-  kiss_fftr_cfg m_config = nullptr;
-  float m_norm = 0.0f;
-  AlignedArray<float> m_window;
-  AlignedArray<float> m_time;
-  AlignedArray<kiss_fft_cpx> m_freq;
-  AlignedArray<float> m_current;
-  AlignedArray<float> m_previous;
-};
+void SpectralFlux::Window(const float* mono) {
+  float* time = m_time.data();
+  const float* window = m_window.data();
+  for (unsigned int i = 0; i < k_onsetWindow; ++i) time[i] = mono[i] * window[i];
+}
 
-}  // namespace
+void SpectralFlux::Transform() {
+  kiss_fftr(m_config, m_time.data(), reinterpret_cast<kiss_fft_cpx*>(m_freq.data()));
+}
+
+void SpectralFlux::PowerAndFlux(bool first, std::vector<float>& function) {
+  const kiss_fft_cpx* freq = reinterpret_cast<const kiss_fft_cpx*>(m_freq.data());
+  float* cur = m_current.data();
+  const float* prev = m_previous.data();
+  const float norm = m_norm;
+  // Four bins at a time over the first 1024 bins, in four partial sums combined at the end; the
+  // last bin is finished by itself.
+  constexpr unsigned int wide = k_onsetBins & ~3u;
+  float s0 = 0.0f, s1 = 0.0f, s2 = 0.0f, s3 = 0.0f;
+  for (unsigned int k = 0; k < wide; k += 4) {
+    const float p0 = (freq[k].r * freq[k].r + freq[k].i * freq[k].i) * norm;
+    const float p1 = (freq[k + 1].r * freq[k + 1].r + freq[k + 1].i * freq[k + 1].i) * norm;
+    const float p2 = (freq[k + 2].r * freq[k + 2].r + freq[k + 2].i * freq[k + 2].i) * norm;
+    const float p3 = (freq[k + 3].r * freq[k + 3].r + freq[k + 3].i * freq[k + 3].i) * norm;
+    cur[k] = p0;
+    cur[k + 1] = p1;
+    cur[k + 2] = p2;
+    cur[k + 3] = p3;
+    const float d0 = p0 - prev[k], d1 = p1 - prev[k + 1], d2 = p2 - prev[k + 2], d3 = p3 - prev[k + 3];
+    s0 += (std::fabs(d0) + d0) * 0.5f;
+    s1 += (std::fabs(d1) + d1) * 0.5f;
+    s2 += (std::fabs(d2) + d2) * 0.5f;
+    s3 += (std::fabs(d3) + d3) * 0.5f;
+  }
+  float flux = (s0 + s1) + (s2 + s3);
+  for (unsigned int k = wide; k < k_onsetBins; ++k) {
+    cur[k] = (freq[k].r * freq[k].r + freq[k].i * freq[k].i) * norm;
+    const float d = cur[k] - prev[k];
+    flux += (std::fabs(d) + d) * 0.5f;
+  }
+  if (!first) function.push_back(flux);
+  std::swap(m_current, m_previous);
+}
 
 bool OnsetSourceUsable(unsigned int channels, unsigned int frames, unsigned int sampleRate) {
   const unsigned int hop = OnsetHop(sampleRate);
