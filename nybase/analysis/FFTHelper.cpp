@@ -7,6 +7,9 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <memory>
+
+#include <nybase/audio/NyAudioFileReader.h>
 
 #include <nybase/analysis/internal/AlignedArray.h>
 #include <nybase/analysis/internal/FrameSource.h>
@@ -97,6 +100,21 @@ FFTHelper::FFTHelper(unsigned int size, WindowFunction window) : m_size(size) {
 }
 
 FFTHelper::~FFTHelper() = default;
+
+bool FFTHelper::GetSpectrum(const lu::Path& path, std::vector<float>& spectrum, unsigned int& sampleRate,
+                            IProgress* progress) {
+  std::unique_ptr<NyAudioFileReader> reader(NyAudioFileReader::Create(path, nullptr));
+  if (!reader || !reader->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data)) return false;
+  const WaveFormatExtensible& format = reader->GetFormat();
+  // The frame count divides by the block align, which a damaged format may leave at 0.
+  if (format.nBlockAlign == 0) return false;
+  sampleRate = format.nSamplesPerSec;
+  detail::ReaderFrameSource source(*reader);
+  // The mix runs over nChannels; a read delivers as many samples per frame as the channel
+  // configuration says, and the block is sized for the larger of the two.
+  return Compute(source, format.nChannels, format.channelConfig.GetNumChannels(), reader->GetNumFrames(),
+                 spectrum, progress);
+}
 
 bool FFTHelper::GetSpectrum(const float* samples, unsigned int channels, unsigned int frames,
                             std::vector<float>& spectrum, IProgress* progress) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <nybase/base/IProgress.h>
+#include <nybase/files/Path.h>
 
 namespace lu::analysis::detail {
 class IFrameSource;
@@ -24,11 +25,18 @@ class FFTHelper {
   FFTHelper(const FFTHelper&) = delete;
   FFTHelper& operator=(const FFTHelper&) = delete;
 
-  // The spectrum of `frames` interleaved frames of `channels` samples in memory, read in blocks of
-  // size frames: size/2 bins, peak-held over all blocks, in dB stretched so that the peak is 0 and
-  // -96.3 stays fixed. Entries already in `spectrum` take part in the peak hold, so pass it empty.
-  // `progress` (may be null) gets SetRange(0, frames) and a position per block. False when the
-  // object is unusable or when cancelled; `spectrum` then holds raw peak powers.
+  // The spectrum of a WAV file, read block by block: size/2 bins, each the highest power it reached
+  // in any block, in dB stretched so that the peak is 0 and -96.3 stays fixed (a bin of power 0
+  // stays at -inf; a silent file gives NaN throughout). `sampleRate` receives the file's rate.
+  // Entries already in `spectrum` take part in the peak hold, so pass it empty. `progress` (may
+  // be null) gets SetRange(0, frames) and a position per block; the position grows by half a block
+  // per block, so about twice as many blocks run as the data fills. False when the file cannot be opened or
+  // its chunks read, when the object is unusable, or when cancelled (`spectrum` then holds raw
+  // peak powers).
+  bool GetSpectrum(const lu::Path& path, std::vector<float>& spectrum, unsigned int& sampleRate,
+                   IProgress* progress);
+  // The same for `frames` interleaved frames of `channels` samples in memory, with the result a file
+  // of those samples would give. False when the object is unusable or when cancelled.
   bool GetSpectrum(const float* samples, unsigned int channels, unsigned int frames,
                    std::vector<float>& spectrum, IProgress* progress);
 

@@ -2,13 +2,35 @@
 #include <nybase/analysis/NyOnsetDetector.h>
 
 #include <algorithm>
+#include <memory>
 
+#include <nybase/audio/NyAudioFileReader.h>
+
+#include <nybase/analysis/internal/FrameSource.h>
 #include <nybase/analysis/internal/OnsetAnalysis.h>
 
 namespace detail = lu::analysis::detail;
 
 NyOnsetDetector::NyOnsetDetector() = default;
 NyOnsetDetector::~NyOnsetDetector() = default;
+
+void NyOnsetDetector::SetSource(const lu::Path& path) {
+  if (path.IsEmpty()) return;
+  std::unique_ptr<NyAudioFileReader> reader(NyAudioFileReader::Create(path, nullptr));
+  if (!reader || !reader->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data)) return;
+  const WaveFormatExtensible& format = reader->GetFormat();
+  // The frame count divides by the block align, which a damaged format may leave at 0.
+  if (format.nBlockAlign == 0) return;
+  m_frames = reader->GetNumFrames();
+  m_sampleRate = format.nSamplesPerSec;
+  // The channel count of the configuration, which is also what each read delivers per frame.
+  m_channels = format.channelConfig.GetNumChannels();
+  m_hop = detail::OnsetHop(m_sampleRate);
+  detail::ReaderFrameSource source(*reader);
+  std::vector<float> function;
+  detail::StreamDetectionFunction(source, m_channels, m_frames, m_sampleRate, function);
+  TakeDetectionFunction(function);
+}
 
 void NyOnsetDetector::SetSource(float* samples, unsigned int channels, unsigned int frames,
                                 unsigned int sampleRate) {

@@ -3,6 +3,8 @@
 
 #include <vector>
 
+#include <nybase/files/Path.h>
+
 
 // Spectral-flux onset detection in two steps: SetSource analyses once and keeps candidate onsets
 // with strengths; GetMarkerTimes picks among them by sensitivity, as often as wanted.
@@ -21,6 +23,10 @@ class NyOnsetDetector {
   NyOnsetDetector(const NyOnsetDetector&) = delete;
   NyOnsetDetector& operator=(const NyOnsetDetector&) = delete;
 
+  // Analyses a WAV file, reading it once through a buffer of constant size. An empty path, a file
+  // that cannot be opened or whose chunks cannot be read, or a source shorter than a hundredth of a
+  // second plus 2048 frames leaves the onsets of the previous call untouched.
+  void SetSource(const lu::Path& path);
   // Analyses `frames` interleaved frames of `channels` samples in memory; the block is not kept.
   // A source shorter than a hundredth of a second plus 2048 frames, without channels or samples, or with a rate below 100 leaves
   // the previous onsets untouched. An all-zero source clears them.

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstring>
 
+#include <nybase/audio/NyAudioFileReader.h>
+
 namespace lu::analysis::detail {
 
 // What the analysers need of an audio reader: a seek and a bounded read of interleaved floats.
@@ -38,6 +40,20 @@ class MemoryFrameSource final : public IFrameSource {
   unsigned int m_channels;
   unsigned int m_frames;
   unsigned int m_position = 0;
+};
+
+// Frames of an opened reader whose chunks have been read: interleaved floats in the file's order,
+// as many per frame as the channel count of the format's channel configuration.
+class ReaderFrameSource final : public IFrameSource {
+ public:
+  explicit ReaderFrameSource(NyAudioFileReader& reader) : m_reader(reader) {}
+  void SeekToFrame(unsigned int frame) override { m_reader.SeekToAudioFrame(frame); }
+  unsigned int ReadFrames(unsigned int count, float* out) override {
+    return std::min(m_reader.ReadPCMDataAsFloat32(count, out), count);
+  }
+
+ private:
+  NyAudioFileReader& m_reader;
 };
 
 }  // namespace lu::analysis::detail

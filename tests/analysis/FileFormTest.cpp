@@ -1,0 +1,168 @@
+// The file forms of NyOnsetDetector and FFTHelper on WAV files written by libsndfile or by hand.
+#include <gtest/gtest.h>
+
+#include <sndfile.h>
+
+#include <cmath>
+#include <filesystem>
+
+#include <nybase/NYBase.h>
+#include <nybase/analysis/internal/OnsetAnalysis.h>
+
+#include "../support/TestSupport.h"
+#include "BurstTrain.h"
+
+namespace detail = lu::analysis::detail;
+using nytest::Burst;
+using nytest::BurstTrain;
+using nytest::MakeBurstTrain;
+
+namespace {
+
+// Writes interleaved samples with libsndfile; `format` is SF_FORMAT_PCM_16, SF_FORMAT_FLOAT, ...
+void WriteWav(const std::string& native, const BurstTrain& t, int format) {
+  SF_INFO info{};
+  info.samplerate = static_cast<int>(t.rate);
+  info.channels = static_cast<int>(t.channels);
+  info.format = SF_FORMAT_WAV | format;
+  SNDFILE* f = sf_open(native.c_str(), SFM_WRITE, &info);
+  ASSERT_NE(f, nullptr) << sf_strerror(nullptr);
+  ASSERT_EQ(sf_writef_float(f, t.samples.data(), t.Frames()), sf_count_t{t.Frames()});
+  sf_close(f);
+}
+
+// A 16-bit PCM file assembled byte by byte, for headers no tool would write.
+void WriteRawWav(const std::string& native, uint16_t channels, uint32_t rate, uint32_t frames) {
+  const uint16_t block = static_cast<uint16_t>(2 * channels);
+  const uint32_t dataBytes = block * frames;
+  std::vector<uint8_t> b;
+  nytest::PutFourCC(b, "RIFF");
+  nytest::PutU32(b, 36 + dataBytes);
+  nytest::PutFourCC(b, "WAVE");
+  nytest::PutFourCC(b, "fmt ");
+  nytest::PutU32(b, 16);
+  nytest::PutU16(b, 1);
+  nytest::PutU16(b, channels);
+  nytest::PutU32(b, rate);
+  nytest::PutU32(b, rate * block);
+  nytest::PutU16(b, block);
+  nytest::PutU16(b, 16);
+  nytest::PutFourCC(b, "data");
+  nytest::PutU32(b, dataBytes);
+  for (uint32_t i = 0; i < frames * channels; ++i) nytest::PutU16(b, static_cast<uint16_t>((i * 7919u) % 20000u));
+  nytest::WriteFileBytes(native, b);
+}
+
+std::vector<double> Markers(NyOnsetDetector& d) {
+  std::vector<double> times;
+  d.GetMarkerTimes(times, 1.0f);
+  return times;
+}
+
+}  // namespace
+
+TEST(OnsetFile, BurstTrainsFromSixteenBitFiles) {
+  nytest::TempDir dir;
+  struct Case {
+    unsigned int rate, channels;
+    Burst kind;
+  };
+  for (const Case& c : {Case{44100, 2, Burst::Noise}, Case{48000, 1, Burst::Tone}, Case{22050, 2, Burst::Tone},
+                        Case{48000, 2, Burst::Noise}}) {
+    // Long enough for several refills of the read buffer.
+    BurstTrain t = MakeBurstTrain(c.rate, c.channels, c.kind, 24, {0.3f, 0.9f}, 0.2537, 0.3313);
+    const std::string name = "t" + std::to_string(c.rate) + "_" + std::to_string(c.channels) + ".wav";
+    WriteWav(dir.Native(name), t, SF_FORMAT_PCM_16);
+    NyOnsetDetector d;
+    d.SetSource(lu::Path(dir.Wide(name)));
+    const std::vector<double> m = Markers(d);
+    ASSERT_EQ(m.size(), t.onsets.size()) << name;
+    for (size_t i = 0; i < m.size(); ++i) {
+      EXPECT_GE(m[i] - t.onsets[i], -0.030) << name << " " << i;
+      EXPECT_LE(m[i] - t.onsets[i], 0.005) << name << " " << i;
+    }
+  }
+}
+
+TEST(OnsetFile, FileFormIsTheStreamedPipelineOnTheFileSamples) {
+  nytest::TempDir dir;
+  // Sound from the first frame, so that the forms differ in their first windows.
+  BurstTrain t = MakeBurstTrain(48000, 2, Burst::Noise, 30, {0.5f, 1.0f, 0.3f}, 0.0, 0.29);
+  WriteWav(dir.Native("f.wav"), t, SF_FORMAT_FLOAT);
+  NyOnsetDetector file;
+  file.SetSource(lu::Path(dir.Wide("f.wav")));
+
+  std::vector<float> f;
+  detail::MemoryFrameSource source(t.samples.data(), 2, t.Frames());
+  detail::StreamDetectionFunction(source, 2, t.Frames(), 48000, f);
+  std::vector<NyOnsetDetector::Onset> onsets;
+  detail::PickOnsets(f, 48000, 480, onsets);
+  std::vector<double> expected;
+  for (const auto& o : onsets) expected.push_back(o.time);
+  std::sort(expected.begin(), expected.end());
+  EXPECT_EQ(Markers(file), expected);
+
+  NyOnsetDetector memory;
+  memory.SetSource(t.samples.data(), 2, t.Frames(), 48000);
+  auto later = [](std::vector<double> v) {
+    v.erase(v.begin(), std::find_if(v.begin(), v.end(), [](double x) { return x > 0.15; }));
+    return v;
+  };
+  EXPECT_EQ(later(Markers(file)), later(Markers(memory)));
+  EXPECT_EQ(later(Markers(file)).size(), 29u);
+}
+
+TEST(OnsetFile, UnusableFilesKeepThePreviousOnsets) {
+  nytest::TempDir dir;
+  BurstTrain t = MakeBurstTrain(44100, 1, Burst::Tone, 3);
+  WriteWav(dir.Native("good.wav"), t, SF_FORMAT_PCM_16);
+  nytest::WriteFileBytes(dir.Native("junk.wav"), std::vector<uint8_t>(100, 0x41));
+  WriteRawWav(dir.Native("slow.wav"), 1, 99, 50000);  // hop 0
+  WriteRawWav(dir.Native("nochannels.wav"), 0, 48000, 50000);
+  WriteRawWav(dir.Native("short.wav"), 2, 48000, 480 + 2047);
+  WriteWav(dir.Native("good.aiff"), t, SF_FORMAT_PCM_16);  // not chosen by its extension
+
+  NyOnsetDetector d;
+  d.SetSource(lu::Path(dir.Wide("good.wav")));
+  const std::vector<double> before = Markers(d);
+  ASSERT_EQ(before.size(), 3u);
+  for (const char* name : {"", "missing.wav", "junk.wav", "slow.wav", "nochannels.wav", "short.wav", "good.aiff"}) {
+    d.SetSource(lu::Path(*name ? dir.Wide(name) : std::wstring()));
+    EXPECT_EQ(Markers(d), before) << name;
+  }
+}
+
+TEST(OnsetFile, TruncatedFileIsAnalysedUpToItsEnd) {
+  nytest::TempDir dir;
+  BurstTrain t = MakeBurstTrain(48000, 2, Burst::Noise, 10);
+  WriteWav(dir.Native("cut.wav"), t, SF_FORMAT_PCM_16);
+  // Cut the data after 2.15 s (five bursts); the header still claims all of it.
+  std::filesystem::resize_file(dir.Native("cut.wav"), 44 + 4 * static_cast<size_t>(2.15 * 48000));
+  NyOnsetDetector d;
+  d.SetSource(lu::Path(dir.Wide("cut.wav")));
+  const std::vector<double> m = Markers(d);
+  ASSERT_EQ(m.size(), 5u);
+  for (size_t i = 0; i < m.size(); ++i) EXPECT_NEAR(m[i], t.onsets[i] - 0.0125, 0.0175);
+}
+
+TEST(SpectrumFile, FileAndMemoryGiveTheSameSpectrum) {
+  nytest::TempDir dir;
+  BurstTrain t = MakeBurstTrain(22050, 2, Burst::Tone, 5);
+  WriteWav(dir.Native("s.wav"), t, SF_FORMAT_FLOAT);
+  FFTHelper fft(2048, FFTHelper::Hann);
+  std::vector<float> fromFile, fromMemory;
+  unsigned int rate = 0;
+  ASSERT_TRUE(fft.GetSpectrum(lu::Path(dir.Wide("s.wav")), fromFile, rate, nullptr));
+  ASSERT_TRUE(fft.GetSpectrum(t.samples.data(), 2, t.Frames(), fromMemory, nullptr));
+  EXPECT_EQ(rate, 22050u);
+  EXPECT_EQ(fromFile, fromMemory);
+  // The tone of the bursts is the strongest bin: 660 Hz.
+  EXPECT_NEAR(FFTHelper::FindMaximumFrequency(fromFile, rate, -1.0), 660.0, 22050.0 / 2048);
+
+  rate = 7;
+  std::vector<float> none;
+  EXPECT_FALSE(fft.GetSpectrum(lu::Path(dir.Wide("missing.wav")), none, rate, nullptr));
+  nytest::WriteFileBytes(dir.Native("junk.wav"), std::vector<uint8_t>(100, 0x41));
+  EXPECT_FALSE(fft.GetSpectrum(lu::Path(dir.Wide("junk.wav")), none, rate, nullptr));
+  EXPECT_EQ(rate, 7u);
+}
