@@ -28,6 +28,9 @@
 // Data.
 
 // Documents.
+#include <nybase/documents/IXmlReader.h>
+#include <nybase/documents/XmlReader.h>
+#include <nybase/documents/XmlValidation.h>
 
 // Audio.
 #include <nybase/audio/IDataDecipher.h>

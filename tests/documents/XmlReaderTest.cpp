@@ -1,0 +1,662 @@
+// lu::XmlReader: walking, element strings, attributes, markup, sources, and bad input.
+#include <gtest/gtest.h>
+
+#include <libxml/xmlreader.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <nybase/NYBase.h>
+
+#include "XmlTestSupport.h"
+#include "tests/support/TestSupport.h"
+
+using lu::XmlNodeType;
+using lu::XmlReader;
+using nytest::W16;
+
+namespace {
+
+// Reaches the protected in-place element string operations.
+class InPlaceReader : public XmlReader {
+ public:
+  using XmlReader::PostGetElementString;
+  using XmlReader::PreGetElementString;
+  using XmlReader::XmlReader;
+};
+
+struct Node {
+  int type;
+  std::string name;
+  std::string value;
+  bool operator==(const Node&) const = default;
+};
+
+void PrintTo(const Node& n, std::ostream* os) { *os << "{" << n.type << ", " << n.name << ", " << n.value << "}"; }
+
+// libxml2's own reader over the same bytes, with the options the library uses, minus the
+// significant whitespace that the library never shows.
+std::vector<Node> RawWalk(const std::string& doc, int* significantWhitespace = nullptr) {
+  std::vector<Node> nodes;
+  xmlTextReaderPtr r = xmlReaderForMemory(doc.data(), static_cast<int>(doc.size()), "", nullptr, 0);
+  while (xmlTextReaderRead(r) == 1) {
+    const int type = xmlTextReaderNodeType(r);
+    if (type == XML_READER_TYPE_SIGNIFICANT_WHITESPACE) {
+      if (significantWhitespace) ++*significantWhitespace;
+      continue;
+    }
+    const xmlChar* name = xmlTextReaderConstLocalName(r);
+    const xmlChar* value = xmlTextReaderConstValue(r);
+    nodes.push_back({type, name ? reinterpret_cast<const char*>(name) : "",
+                     value ? reinterpret_cast<const char*>(value) : ""});
+  }
+  xmlFreeTextReader(r);
+  return nodes;
+}
+
+std::vector<Node> Walk(XmlReader& r) {
+  std::vector<Node> nodes;
+  for (int guard = 0; guard < 100000 && r.Read(); ++guard) {
+    nodes.push_back({static_cast<int>(r.GetNodeType()), r.GetConstName(), r.GetConstValue()});
+  }
+  return nodes;
+}
+
+// Reads until the reader stands on an element of that name; false at the end of the input.
+bool ReadTo(XmlReader& r, const char* name) {
+  while (r.Read()) {
+    if (r.GetNodeType() == XmlNodeType::Element && std::strcmp(r.GetConstName(), name) == 0) return true;
+  }
+  return false;
+}
+
+std::string Where(const XmlReader& r) {
+  return std::to_string(static_cast<int>(r.GetNodeType())) + ":" + r.GetConstName();
+}
+
+const char k_prologDoc[] =
+    "<?xml version=\"1.0\"?>\n<!-- c -->\n<?pi data?>\n<!DOCTYPE r [<!ENTITY e \"E\">]>\n"
+    "<r a=\"1\"><x:b xmlns:x=\"urn:x\">t&e;<![CDATA[c]]></x:b>\n  <c/></r>";
+
+}  // namespace
+
+TEST(XmlReaderWalk, NodesMatchLibxml2WithoutSignificantWhitespace) {
+  const char* docs[] = {
+      k_prologDoc,
+      "<r xml:space=\"preserve\"> <b> </b> <c/> </r>",
+      "<r xml:space=\"default\">\n  <b> </b>\n</r>",
+      "<r>\n  <b>x</b>\n</r>",
+      "<\xC3\xA4 \xC3\xB6=\"\xC3\xBC\">\xF0\x9D\x84\x9E</\xC3\xA4>",
+  };
+  int significant = 0;
+  for (const char* doc : docs) {
+    SCOPED_TRACE(doc);
+    XmlReader r(doc, XmlReader::XmlSourceMemory);
+    const std::vector<Node> expected = RawWalk(doc, &significant);
+    EXPECT_FALSE(expected.empty());
+    EXPECT_EQ(Walk(r), expected);
+    EXPECT_TRUE(r.IsEOF());
+  }
+  // The documents must really have had significant whitespace to hide (libxml2 reports
+  // whitespace between elements as such, whatever xml:space says).
+  EXPECT_GT(significant, 3);
+}
+
+TEST(XmlReaderWalk, NodeTypesNamesAndValues) {
+  XmlReader r(k_prologDoc, XmlReader::XmlSourceMemory);
+  const std::vector<Node> expected = {
+      {8, "#comment", " c "}, {7, "pi", "data"},   {10, "r", ""},     {1, "r", ""},
+      {1, "b", ""},           {3, "#text", "t"},   {5, "e", ""},      {4, "#cdata-section", "c"},
+      {15, "b", ""},          {1, "c", ""},        {15, "r", ""},  // whitespace is significant here
+  };
+  EXPECT_EQ(Walk(r), expected);
+}
+
+TEST(XmlReaderWalk, EndOfInputFlag) {
+  XmlReader r("<r><a/></r>", XmlReader::XmlSourceMemory);
+  EXPECT_TRUE(r.IsEOF());  // before the first Read
+  EXPECT_EQ(r.GetNodeType(), XmlNodeType::None);
+  EXPECT_TRUE(r.Read());
+  EXPECT_FALSE(r.IsEOF());
+  EXPECT_TRUE(r.Read());
+  EXPECT_TRUE(r.IsEmptyElement());
+  EXPECT_TRUE(r.Read());
+  EXPECT_EQ(r.GetNodeType(), XmlNodeType::EndElement);
+  EXPECT_FALSE(r.Read());
+  EXPECT_TRUE(r.IsEOF());
+  EXPECT_FALSE(r.Read());
+}
+
+TEST(XmlReaderWalk, WideNamesAndValues) {
+  XmlReader r(W16(u"<x:\u00e4 xmlns:x=\"u\" k=\"\u00fc\U0001D11E\">\U0001D11E&amp;</x:\u00e4>"), XmlReader::XmlSourceMemory);
+  ASSERT_TRUE(r.Read());
+  EXPECT_EQ(r.GetName(), W16(u"\u00e4"));  // local name: no prefix
+  EXPECT_EQ(r.GetAttribute(L"k"), W16(u"\u00fc\U0001D11E"));
+  ASSERT_TRUE(r.Read());
+  EXPECT_EQ(r.GetValue(), W16(u"\U0001D11E&"));
+  ASSERT_TRUE(r.Read());
+  EXPECT_EQ(r.GetNodeType(), XmlNodeType::EndElement);
+  EXPECT_EQ(r.GetValue(), L"");
+}
+
+TEST(XmlReaderNavigation, MoveToContent) {
+  {  // From the start, past declaration, comment, instruction and doctype, to the root.
+    XmlReader r(k_prologDoc, XmlReader::XmlSourceMemory);
+    EXPECT_EQ(r.MoveToContent(), XmlNodeType::Element);
+    EXPECT_STREQ(r.GetConstName(), "r");
+    // On content it does not move.
+    EXPECT_EQ(r.MoveToContent(), XmlNodeType::Element);
+    EXPECT_STREQ(r.GetConstName(), "r");
+  }
+  {  // Comments, instructions and whitespace between elements are passed over.
+    XmlReader r("<r><a/>\n <!--x--> <?p?>\n<b/></r>", XmlReader::XmlSourceMemory);
+    ASSERT_TRUE(ReadTo(r, "a"));
+    ASSERT_TRUE(r.Read());
+    EXPECT_EQ(r.GetNodeType(), XmlNodeType::Comment);
+    EXPECT_EQ(r.MoveToContent(), XmlNodeType::Element);
+    EXPECT_STREQ(r.GetConstName(), "b");
+  }
+  {  // Running out of input gives the last type looked at.
+    XmlReader r("<r/><!--tail-->", XmlReader::XmlSourceMemory);
+    ASSERT_TRUE(r.Read());
+    ASSERT_TRUE(r.Read());
+    EXPECT_EQ(r.GetNodeType(), XmlNodeType::Comment);
+    EXPECT_EQ(r.MoveToContent(), XmlNodeType::Comment);
+    EXPECT_TRUE(r.IsEOF());
+  }
+}
+
+TEST(XmlReaderNavigation, SkipMovesBehindTheSubtree) {
+  struct Case {
+    const char* doc;
+    const char* start;
+    std::string after;
+  };
+  const Case cases[] = {
+      {"<r><a><b><a>x</a></b><c/></a><n/></r>", "a", "1:n"},
+      {"<r><a/><n/></r>", "a", "1:n"},
+      {"<r><a></a><n/></r>", "a", "1:n"},
+      {"<r><a>t</a>tail</r>", "a", "3:#text"},
+      {"<r><a><a/><a></a></a></r>", "a", "15:r"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.doc);
+    XmlReader r(c.doc, XmlReader::XmlSourceMemory);
+    ASSERT_TRUE(ReadTo(r, c.start));
+    r.Skip();
+    EXPECT_EQ(Where(r), c.after);
+  }
+  {  // Skipping the root ends the input.
+    XmlReader r("<r><a>x</a></r>", XmlReader::XmlSourceMemory);
+    ASSERT_TRUE(r.Read());
+    r.Skip();
+    EXPECT_TRUE(r.IsEOF());
+  }
+  {  // On a text node, one step.
+    XmlReader r("<r>t<n/></r>", XmlReader::XmlSourceMemory);
+    ASSERT_TRUE(r.Read() && r.Read());
+    r.Skip();
+    EXPECT_EQ(Where(r), "1:n");
+  }
+}
+
+TEST(XmlReaderElementString, GathersTheTextOfOneElement) {
+  struct Case {
+    const char* doc;
+    std::wstring text;
+    std::string after;  // node type and name where the reader stands afterwards
+  };
+  const Case cases[] = {
+      {"<r><e>abc</e><n/></r>", L"abc", "1:n"},
+      {"<r><e/><n/></r>", L"", "1:n"},
+      {"<r><e></e><n/></r>", L"", "1:n"},
+      {"<r><e>ab<![CDATA[<c>]]>de</e><n/></r>", L"ab<c>de", "1:n"},
+      {"<r><e>a &amp; b&#x41;</e><n/></r>", L"a & bA", "1:n"},
+      {"<r><e>\xF0\x9D\x84\x9E</e><n/></r>", W16(u"\U0001D11E"), "1:n"},
+      // Whitespace-only text is significant whitespace, which is never seen.
+      {"<r><e>  </e><n/></r>", L"", "1:n"},
+      {"<r xml:space=\"preserve\"><e>  </e><n/></r>", L"", "1:n"},
+      {"<r>\n <e>\n  text\n </e>\n</r>", L"\n  text\n ", "15:r"},
+      // A comment ends the gathering: the text is dropped and the reader stays on it.
+      {"<r><e>ab<!--c-->de</e><n/></r>", L"", "8:#comment"},
+      {"<r><e><!--c-->de</e><n/></r>", L"", "8:#comment"},
+      // One element level is looked into: a first child element gives its own text, and the
+      // reader ends on the outer end tag.
+      {"<r><e><i>in</i></e><n/></r>", L"in", "15:e"},
+      {"<r><e><i/></e><n/></r>", L"", "1:i"},
+      {"<r><e><i></i></e><n/></r>", L"", "15:e"},
+      {"<r><e>x<i/>y</e></r>", L"", "1:i"},
+      // An unsubstituted entity reference ends the gathering too.
+      {"<!DOCTYPE r [<!ENTITY x \"X\">]><r><e>a&x;b</e></r>", L"", "5:x"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.doc);
+    XmlReader r(c.doc, XmlReader::XmlSourceMemory);
+    ASSERT_TRUE(ReadTo(r, "e"));
+    EXPECT_EQ(r.ReadElementString(), c.text);
+    EXPECT_EQ(Where(r), c.after);
+  }
+}
+
+TEST(XmlReaderElementString, StartsFromTheNextContentNode) {
+  {  // A fresh reader moves to the root first; the input ends behind it.
+    XmlReader r("<?xml version=\"1.0\"?><!--c--><e>v</e>", XmlReader::XmlSourceMemory);
+    EXPECT_EQ(r.ReadElementString(), L"v");
+    EXPECT_TRUE(r.IsEOF());
+  }
+  {  // From a comment before the element.
+    XmlReader r("<r><!--c--><e>v</e></r>", XmlReader::XmlSourceMemory);
+    ASSERT_TRUE(r.Read() && r.Read());
+    EXPECT_EQ(r.GetNodeType(), XmlNodeType::Comment);
+    EXPECT_EQ(r.ReadElementString(), L"v");
+  }
+  {  // Not on an element after MoveToContent: empty, and no move.
+    XmlReader r("<r><e/></r>", XmlReader::XmlSourceMemory);
+    ASSERT_TRUE(r.Read() && r.Read() && r.Read());
+    EXPECT_EQ(r.ReadElementString(), L"");
+    EXPECT_EQ(Where(r), "15:r");
+    XmlReader t("<r>text</r>", XmlReader::XmlSourceMemory);
+    ASSERT_TRUE(t.Read() && t.Read());
+    EXPECT_EQ(t.ReadElementString(), L"");
+    EXPECT_EQ(Where(t), "3:#text");
+  }
+  {  // After an attribute lookup the reader is back on its element.
+    XmlReader r("<r><e k=\"1\">v</e></r>", XmlReader::XmlSourceMemory);
+    ASSERT_TRUE(ReadTo(r, "e"));
+    const char* value = nullptr;
+    ASSERT_TRUE(r.GetConstAttribute("k", value));
+    EXPECT_EQ(r.ReadElementString(), L"v");
+  }
+}
+
+TEST(XmlReaderElementString, InPlaceHalves) {
+  struct Case {
+    const char* doc;
+    bool found;
+    const char* text;  // null when no text is handed out
+    std::string afterPost;
+  };
+  const Case cases[] = {
+      {"<r><e>abc</e><n/></r>", true, "abc", "15:e"},
+      {"<r><e/><n/></r>", true, nullptr, "1:e"},
+      {"<r><e></e></r>", true, nullptr, "15:e"},
+      {"<r><e><i/></e></r>", true, nullptr, "1:i"},
+      {"<r><e><i>t</i></e></r>", true, "t", "15:i"},
+      {"<r><e><!--c--></e></r>", true, nullptr, "8:#comment"},
+      {"<r><e>ab<![CDATA[c]]></e></r>", true, "ab", "4:#cdata-section"},
+      // Whitespace behind the text is passed over as well.
+      {"<r><e><![CDATA[t]]>\n</e></r>", true, "t", "15:e"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.doc);
+    InPlaceReader r(c.doc, XmlReader::XmlSourceMemory);
+    ASSERT_TRUE(ReadTo(r, "e"));
+    const auto [found, text] = r.PreGetElementString();
+    EXPECT_EQ(found, c.found);
+    if (c.text == nullptr) {
+      EXPECT_EQ(text, nullptr);
+    } else {
+      ASSERT_NE(text, nullptr);
+      EXPECT_STREQ(text, c.text);
+    }
+    r.PostGetElementString(text);
+    EXPECT_EQ(Where(r), c.afterPost);
+  }
+  InPlaceReader r("<r><e/></r>", XmlReader::XmlSourceMemory);
+  ASSERT_TRUE(r.Read() && r.Read() && r.Read());
+  const auto [found, text] = r.PreGetElementString();
+  EXPECT_FALSE(found);
+  EXPECT_EQ(text, nullptr);
+}
+
+TEST(XmlReaderAttributes, FoundAndNotFound) {
+  const std::string longName(255, 'n');
+  const std::string tooLong(256, 'm');
+  const std::string doc = "<r><e a=\"1\" b=\"x&amp;y\" x:c=\"p\" xmlns:x=\"urn:x\" n=\"\xC3\xBC\xF0\x9D\x84\x9E\" " +
+                          longName + "=\"L\" " + tooLong + "=\"M\"/></r>";
+  XmlReader r(doc.c_str(), XmlReader::XmlSourceMemory);
+  ASSERT_TRUE(ReadTo(r, "e"));
+
+  struct Case {
+    std::string name;
+    const char* value;  // null: not found
+  };
+  const Case cases[] = {
+      {"a", "1"}, {"b", "x&y"}, {"x:c", "p"}, {"n", "\xC3\xBC\xF0\x9D\x84\x9E"}, {"zz", nullptr}, {"A", nullptr}, {"", nullptr},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const char* value = "untouched";
+    EXPECT_EQ(r.GetConstAttribute(c.name.c_str(), value), c.value != nullptr);
+    EXPECT_STREQ(value, c.value ? c.value : "untouched");
+    // The reader stays on (or goes back to) the element.
+    EXPECT_EQ(Where(r), "1:e");
+
+    const CStdStr<wchar_t> wideName(c.name);
+    CStdStr<wchar_t> out = L"keep";
+    EXPECT_EQ(r.GetAttribute(wideName, out), c.value != nullptr);
+    EXPECT_EQ(out, c.value ? CStdStr<wchar_t>(c.value) : CStdStr<wchar_t>(L"keep"));
+    EXPECT_EQ(r.GetAttribute(wideName), c.value ? CStdStr<wchar_t>(c.value) : CStdStr<wchar_t>());
+    EXPECT_EQ(Where(r), "1:e");
+    EXPECT_FALSE(r.HasAttribute(wideName));  // answers false for every name on this reader
+  }
+
+  // The wide lookups take names up to 255 UTF-8 bytes; the const form has no limit.
+  EXPECT_EQ(r.GetAttribute(CStdStr<wchar_t>(longName)), L"L");
+  CStdStr<wchar_t> out = L"keep";
+  EXPECT_FALSE(r.GetAttribute(CStdStr<wchar_t>(tooLong), out));
+  EXPECT_EQ(out, L"keep");
+  const char* value = nullptr;
+  EXPECT_TRUE(r.GetConstAttribute(tooLong.c_str(), value));
+  EXPECT_STREQ(value, "M");
+}
+
+TEST(XmlReaderMarkup, InnerAndOuterXml) {
+  const char doc[] = "<r><e a=\"1\">x<b>y</b></e><n/></r>";
+  const char inner[] = "x<b>y</b>";
+  const char outer[] = "<e a=\"1\">x<b>y</b></e>";
+  {
+    XmlReader r(doc, XmlReader::XmlSourceMemory);
+    ASSERT_TRUE(ReadTo(r, "e"));
+    auto markup = r.ReadInnerXmlToBuffer();
+    ASSERT_NE(markup, nullptr);
+    EXPECT_STREQ(markup.get(), inner);
+    EXPECT_EQ(Where(r), "1:n");
+  }
+  {
+    XmlReader r(doc, XmlReader::XmlSourceMemory);
+    ASSERT_TRUE(ReadTo(r, "e"));
+    auto markup = r.ReadOuterXmlToBuffer();
+    ASSERT_NE(markup, nullptr);
+    EXPECT_STREQ(markup.get(), outer);
+    EXPECT_EQ(Where(r), "1:n");
+  }
+  {
+    XmlReader r(doc, XmlReader::XmlSourceMemory);
+    ASSERT_TRUE(ReadTo(r, "e"));
+    CStdStr<wchar_t> out;
+    r.ReadInnerXml(out);
+    EXPECT_EQ(out, L"x<b>y</b>");
+    EXPECT_EQ(Where(r), "1:n");
+    r.ReadOuterXml(out);
+    EXPECT_EQ(out, L"<n/>");
+    EXPECT_EQ(Where(r), "15:r");
+  }
+  {  // An empty element has empty inner markup, which empties the output.
+    XmlReader r("<r><e/><n/></r>", XmlReader::XmlSourceMemory);
+    ASSERT_TRUE(ReadTo(r, "e"));
+    CStdStr<wchar_t> out = L"old";
+    r.ReadInnerXml(out);
+    EXPECT_EQ(out, L"");
+    EXPECT_EQ(Where(r), "1:n");
+  }
+}
+
+TEST(XmlReaderMarkup, OuterXmlDoesNotUpdateEndOfInput) {
+  XmlReader inner("<r>t</r>", XmlReader::XmlSourceMemory);
+  ASSERT_TRUE(inner.Read());
+  CStdStr<wchar_t> out;
+  inner.ReadInnerXml(out);
+  EXPECT_EQ(out, L"t");
+  EXPECT_TRUE(inner.IsEOF());
+
+  XmlReader outer("<r>t</r>", XmlReader::XmlSourceMemory);
+  ASSERT_TRUE(outer.Read());
+  outer.ReadOuterXml(out);
+  EXPECT_EQ(out, L"<r>t</r>");
+  EXPECT_FALSE(outer.IsEOF());  // moved on by libxml2 alone
+  EXPECT_FALSE(outer.Read());
+  EXPECT_TRUE(outer.IsEOF());
+
+  // With nothing to read, the output stays as it was.
+  out = L"keep";
+  outer.ReadInnerXml(out);
+  EXPECT_EQ(out, L"keep");
+  outer.ReadOuterXml(out);
+  EXPECT_EQ(out, L"keep");
+  EXPECT_EQ(outer.ReadInnerXmlToBuffer(), nullptr);
+  EXPECT_EQ(outer.ReadOuterXmlToBuffer(), nullptr);
+}
+
+TEST(XmlReaderTreeOperations, NeutralOnThisReader) {
+  XmlReader r("<r><e k=\"v\"/></r>", XmlReader::XmlSourceMemory);
+  ASSERT_TRUE(ReadTo(r, "e"));
+  EXPECT_EQ(r.GetReaderType(), lu::IXmlReaderType::XmlReader);
+  EXPECT_TRUE(r.MoveTo(L"k"));
+  EXPECT_TRUE(r.MoveTo(L"absent"));
+  r.MoveToPrevious();
+  r.Next();
+  r.CleanArray();
+  EXPECT_FALSE(r.IsParentArray());
+  EXPECT_EQ(Where(r), "1:e");
+  EXPECT_TRUE(r.Read());
+  EXPECT_EQ(Where(r), "15:r");
+}
+
+namespace {
+
+const char k_sourceDoc[] = "<r k=\"\xC3\xA9\"><e>\xF0\x9D\x84\x9E</e></r>";
+
+struct SourceCase {
+  const char* label;
+  std::function<std::unique_ptr<XmlReader>(const nytest::TempDir&)> make;
+};
+
+}  // namespace
+
+TEST(XmlReaderSources, EveryConstructorReadsTheSameDocument) {
+  nytest::TempDir dir;
+  const std::string fileName = "d\xC3\xB6k\xF0\x9D\x84\x9E.xml";
+  nytest::WriteFileBytes(dir.Native(fileName), std::vector<uint8_t>(k_sourceDoc, k_sourceDoc + std::strlen(k_sourceDoc)));
+  const std::vector<Node> expected = RawWalk(k_sourceDoc);
+  ASSERT_EQ(expected.size(), 5u);
+
+  int deleted = 0;
+  static int* s_deleted = nullptr;
+  s_deleted = &deleted;
+  const SourceCase cases[] = {
+      {"wide memory", [](auto&) { return std::make_unique<XmlReader>(CStdStr<wchar_t>(k_sourceDoc), XmlReader::XmlSourceMemory); }},
+      {"narrow memory", [](auto&) { return std::make_unique<XmlReader>(k_sourceDoc, XmlReader::XmlSourceMemory); }},
+      {"buffer",
+       [](auto&) {
+         char* copy = static_cast<char*>(std::malloc(sizeof(k_sourceDoc)));
+         std::memcpy(copy, k_sourceDoc, sizeof(k_sourceDoc));
+         std::unique_ptr<const char, void (*)(const char*)> buffer(copy, [](const char* p) {
+           ++*s_deleted;
+           std::free(const_cast<char*>(p));
+         });
+         return std::make_unique<XmlReader>(std::move(buffer));
+       }},
+      {"wide path, drive Z:",
+       [&](auto& d) { return std::make_unique<XmlReader>(CStdStr<wchar_t>(d.Wide(fileName)), XmlReader::XmlSourceFile); }},
+      {"wide path, Linux form",
+       [&](auto& d) { return std::make_unique<XmlReader>(CStdStr<wchar_t>(d.Native(fileName)), XmlReader::XmlSourceFile); }},
+      {"lu::Path", [&](auto& d) { return std::make_unique<XmlReader>(lu::Path(CStdStr<wchar_t>(d.Wide(fileName)))); }},
+      {"narrow path",
+       [&](auto& d) { return std::make_unique<XmlReader>(d.Native(fileName).c_str(), XmlReader::XmlSourceFile); }},
+      {"narrow path, drive Z:",
+       [&](auto& d) {
+         const CStdStr<char> utf8(d.Wide(fileName));
+         return std::make_unique<XmlReader>(utf8.c_str(), XmlReader::XmlSourceFile);
+       }},
+  };
+  for (const SourceCase& c : cases) {
+    SCOPED_TRACE(c.label);
+    std::unique_ptr<XmlReader> r = c.make(dir);
+    EXPECT_EQ(Walk(*r), expected);
+  }
+  // The buffer handed over is released once, with its own deleter, when its reader goes.
+  EXPECT_EQ(deleted, 1);
+}
+
+TEST(XmlReaderSources, MemoryTextEndsAtItsFirstNul) {
+  CStdStr<wchar_t> text = L"<r/>";
+  text.push_back(L'\0');
+  text += L"<more/>";
+  XmlReader r(text, XmlReader::XmlSourceMemory);
+  xmltest::MarkErrorStore();
+  EXPECT_EQ(Walk(r), (std::vector<Node>{{1, "r", ""}}));
+  EXPECT_TRUE(xmltest::ErrorStoreMarked());
+}
+
+TEST(XmlReaderSources, MissingOrUnmappableFileIsAnImmediateEnd) {
+  nytest::TempDir dir;
+  const std::wstring missing = dir.Wide("missing.xml");
+  const SourceCase cases[] = {
+      {"wide", [&](auto&) { return std::make_unique<XmlReader>(CStdStr<wchar_t>(missing), XmlReader::XmlSourceFile); }},
+      {"path", [&](auto&) { return std::make_unique<XmlReader>(lu::Path(missing.c_str())); }},
+      {"narrow", [&](auto& d) { return std::make_unique<XmlReader>(d.Native("missing.xml").c_str(), XmlReader::XmlSourceFile); }},
+      {"other drive", [](auto&) { return std::make_unique<XmlReader>(lu::Path(L"D:\\missing.xml")); }},
+      {"UNC", [](auto&) { return std::make_unique<XmlReader>(CStdStr<wchar_t>(L"\\\\srv\\share\\x.xml"), XmlReader::XmlSourceFile); }},
+      {"empty path", [](auto&) { return std::make_unique<XmlReader>("", XmlReader::XmlSourceFile); }},
+      {"null buffer",
+       [](auto&) {
+         return std::make_unique<XmlReader>(std::unique_ptr<const char, void (*)(const char*)>(nullptr, [](const char*) {}));
+       }},
+  };
+  for (const SourceCase& c : cases) {
+    SCOPED_TRACE(c.label);
+    xmltest::MarkErrorStore();
+    std::unique_ptr<XmlReader> r = c.make(dir);
+    if (std::string(c.label) != "null buffer") {
+      EXPECT_NE(lu::detail::GetXmlErrorStore().m_message.find(L"failed to load"), std::wstring::npos);
+    }
+    EXPECT_TRUE(r->IsEOF());
+    EXPECT_FALSE(r->Read());
+    EXPECT_EQ(static_cast<int>(r->GetNodeType()), -1);  // libxml2's error result, passed on
+    EXPECT_TRUE(r->IsEmptyElement());                    // an error counts as empty
+    EXPECT_STREQ(r->GetConstName(), "");
+    EXPECT_EQ(r->ReadElementString(), L"");
+    // Only a clear "not found" is false; with no parser the lookup "finds" an empty value.
+    const char* value = nullptr;
+    EXPECT_TRUE(r->GetConstAttribute("a", value));
+    EXPECT_STREQ(value, "");
+    CStdStr<wchar_t> out = L"keep";
+    EXPECT_FALSE(r->GetAttribute(L"a", out));
+    r->ReadInnerXml(out);
+    EXPECT_EQ(out, L"keep");
+    r->Skip();
+    EXPECT_TRUE(r->IsEOF());
+  }
+}
+
+namespace {
+
+std::string BillionLaughs() {
+  std::string doc = "<?xml version=\"1.0\"?>\n<!DOCTYPE lolz [\n <!ENTITY lol \"lol\">\n";
+  for (int i = 1; i <= 9; ++i) {
+    doc += " <!ENTITY lol" + std::to_string(i) + " \"";
+    for (int j = 0; j < 10; ++j) doc += "&lol" + (i == 1 ? std::string() : std::to_string(i - 1)) + ";";
+    doc += "\">\n";
+  }
+  return doc + "]>\n<lolz>&lol9;</lolz>\n";
+}
+
+}  // namespace
+
+// Every malformed document ends the reading with libxml2's message in the store, at the line
+// that libxml2's own streaming check (xmllint --stream) reports.
+TEST(XmlReaderBadInput, EndsWithAnErrorInTheStore) {
+  if (!nytest::HaveProgram("xmllint")) GTEST_SKIP() << "xmllint (libxml2-utils) is not installed";
+  struct Case {
+    const char* label;
+    std::string doc;
+  };
+  const Case cases[] = {
+      {"mismatched tags", "<a>\n<b>\n</a>\n"},
+      {"truncated in text", "<a>\n<b>text"},
+      {"truncated in a tag", "<a>\n<b att=\"1"},
+      {"invalid UTF-8", "<a>\n\xff</a>"},
+      {"cut UTF-8 sequence", "<a>\xe2\x82</a>"},
+      {"overlong UTF-8", "<a>\xc0\xaf</a>"},
+      {"entity expansion bomb", BillionLaughs()},
+      {"undefined entity", "<a>\n&nope;</a>"},
+      {"entity loop", "<!DOCTYPE a [<!ENTITY x \"&y;\"><!ENTITY y \"&x;\">]>\n<a>&x;</a>"},
+      {"empty", ""},
+      {"prolog only", "<?xml version=\"1.0\"?>\n"},
+      {"duplicate attribute", "<a x='1' x='2'/>"},
+      {"NUL character reference", "<a>&#0;</a>"},
+      {"two roots", "<a/>\n<b/>"},
+      {"unbound prefix is not fatal but garbage after the root is", "<p:a/>junk"},
+      {"bad name", "<1a/>"},
+  };
+  nytest::TempDir dir;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    const std::string path = dir.Native("bad.xml");
+    nytest::WriteFileBytes(path, std::vector<uint8_t>(c.doc.begin(), c.doc.end()));
+    const xmltest::LintResult lint = xmltest::RunXmllint("--stream --noout", path, dir.Native());
+    ASSERT_NE(lint.exitCode, 0);
+    ASSERT_FALSE(lint.errors.empty());
+    const xmltest::LintError& last = lint.errors.back();
+
+    for (int form = 0; form < 2; ++form) {
+      SCOPED_TRACE(form == 0 ? "memory" : "file");
+      xmltest::MarkErrorStore();
+      XmlReader r = form == 0 ? XmlReader(c.doc.c_str(), XmlReader::XmlSourceMemory)
+                              : XmlReader(path.c_str(), XmlReader::XmlSourceFile);
+      Walk(r);
+      EXPECT_TRUE(r.IsEOF());
+      const lu::detail::XmlErrorStore& store = lu::detail::GetXmlErrorStore();
+      ASSERT_FALSE(xmltest::ErrorStoreMarked());
+      EXPECT_EQ(store.m_line, last.line);
+      const CStdStr<char> message(store.m_message);
+      EXPECT_EQ(message.rfind(last.message, 0), 0u) << message << " / " << last.message;
+    }
+  }
+}
+
+TEST(XmlReaderBadInput, WellFormedDocumentsReadToTheEndWithoutErrors) {
+  const std::string bigEntity(100000, 'x');
+  std::string quadratic = "<!DOCTYPE r [<!ENTITY e \"" + bigEntity + "\">]><r>";
+  for (int i = 0; i < 2000; ++i) quadratic += "&e;";
+  quadratic += "</r>";
+  const std::string docs[] = {
+      k_prologDoc,
+      "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><r>\xe9</r>",
+      "<!DOCTYPE r SYSTEM \"not-there.dtd\"><r/>",
+      "<!DOCTYPE r [<!ATTLIST r d CDATA \"def\">]><r/>",
+      "<r xmlns=\"urn:d\" xmlns:p=\"urn:p\"><p:b p:c=\"1\"/></r>",
+      "<r>&#x1D11E;&#65;&lt;&gt;&amp;&apos;&quot;</r>",
+      quadratic,  // references are not expanded, so libxml2's limits are never reached
+  };
+  for (const std::string& doc : docs) {
+    SCOPED_TRACE(doc.substr(0, 60));
+    xmltest::MarkErrorStore();
+    XmlReader r(doc.c_str(), XmlReader::XmlSourceMemory);
+    const std::vector<Node> nodes = Walk(r);
+    ASSERT_FALSE(nodes.empty());
+    EXPECT_EQ(nodes.back().name, "r") << "did not reach the end of the root";
+    EXPECT_TRUE(xmltest::ErrorStoreMarked()) << CStdStr<char>(lu::detail::GetXmlErrorStore().m_message);
+  }
+  XmlReader latin("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><a>\xe9</a>", XmlReader::XmlSourceMemory);
+  ASSERT_TRUE(latin.Read());
+  EXPECT_EQ(latin.ReadElementString(), W16(u"\u00e9"));
+}
+
+TEST(XmlReaderBadInput, Utf16FileWithByteOrderMark) {
+  nytest::TempDir dir;
+  std::vector<uint8_t> bytes = {0xFF, 0xFE};
+  for (const char16_t c : std::u16string(u"<a k=\"\u00e9\">\U0001D11E</a>")) nytest::PutU16(bytes, c);
+  nytest::WriteFileBytes(dir.Native("u16.xml"), bytes);
+  XmlReader r(lu::Path(CStdStr<wchar_t>(dir.Wide("u16.xml"))));
+  ASSERT_TRUE(r.Read());
+  EXPECT_EQ(r.GetAttribute(L"k"), W16(u"\u00e9"));
+  EXPECT_EQ(r.ReadElementString(), W16(u"\U0001D11E"));
+}
+
+TEST(XmlReaderBadInput, ErrorsOnOtherThreadsReachTheStore) {
+  xmltest::MarkErrorStore();
+  std::thread worker([] {
+    XmlReader r("<a>\n\n<b></a>", XmlReader::XmlSourceMemory);
+    Walk(r);
+  });
+  worker.join();
+  EXPECT_FALSE(xmltest::ErrorStoreMarked());
+  EXPECT_EQ(lu::detail::GetXmlErrorStore().m_line, 3);
+}
