@@ -8,6 +8,16 @@
 
 namespace xmltest {
 
+std::string BillionLaughs(const std::string& root) {
+  std::string doc = "<?xml version=\"1.0\"?>\n<!DOCTYPE " + root + " [\n <!ENTITY l0 \"lol\">\n";
+  for (int i = 1; i <= 9; ++i) {
+    doc += " <!ENTITY l" + std::to_string(i) + " \"";
+    for (int j = 0; j < 10; ++j) doc += "&l" + std::to_string(i - 1) + ";";
+    doc += "\">\n";
+  }
+  return doc + "]>\n<" + root + ">&l9;</" + root + ">\n";
+}
+
 LintResult RunXmllint(const std::string& arguments, const std::string& file, const std::string& scratchDir) {
   const std::string out = scratchDir + "/xmllint.out";
   LintResult result;

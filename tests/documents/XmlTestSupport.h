@@ -18,6 +18,10 @@ inline void MarkErrorStore() {
 }
 inline bool ErrorStoreMarked() { return lu::detail::GetXmlErrorStore().m_message == L"<marker>"; }
 
+// The "billion laughs" document: nine levels of entities, each ten references to the one below,
+// referenced once from the root element.
+std::string BillionLaughs(const std::string& root);
+
 // One error line of xmllint's report: "<file>:<line>: <kind> error : <message>".
 struct LintError {
   int line = 0;
