@@ -104,7 +104,7 @@ TEST(ToolInfo, FilesMadeBySox) {
   std::string args = "info --json";
   for (const Case& c : cases) {
     const std::string path = dir.Native(c.name);
-    ASSERT_EQ(nytest::Run("sox -n " + std::string(c.soxArgs) + " " + Quote(path) + " synth 0.5 sine 440"), 0);
+    ASSERT_EQ(nytest::Run("sox -D -n " + std::string(c.soxArgs) + " " + Quote(path) + " synth 0.5 sine 440"), 0);
     args += " " + Quote(path);
   }
   const auto r = RunTool(args);
