@@ -27,9 +27,12 @@ void NyOnsetDetector::SetSource(const lu::Path& path) {
   m_channels = format.channelConfig.GetNumChannels();
   m_hop = detail::OnsetHop(m_sampleRate);
   detail::ReaderFrameSource source(*reader);
-  std::vector<float> function;
-  detail::StreamDetectionFunction(source, m_channels, m_frames, m_sampleRate, function);
-  TakeDetectionFunction(function);
+  detail::OnsetPicker picker(m_sampleRate, m_hop, m_hop ? m_frames / m_hop + 2 : 0);
+  detail::StreamDetectionFunction(source, m_channels, m_frames, m_sampleRate, picker);
+  // A source that produced no detection function leaves the previous onsets as they were.
+  if (picker.Count() == 0) return;
+  m_count = static_cast<unsigned int>(picker.Count());
+  picker.Finish(m_onsets);
 }
 
 void NyOnsetDetector::SetSource(float* samples, unsigned int channels, unsigned int frames,
@@ -38,16 +41,12 @@ void NyOnsetDetector::SetSource(float* samples, unsigned int channels, unsigned 
   m_frames = frames;
   m_sampleRate = sampleRate;
   m_hop = detail::OnsetHop(sampleRate);
-  std::vector<float> function;
-  detail::MemoryDetectionFunction(samples, channels, frames, sampleRate, function);
-  TakeDetectionFunction(function);
-}
-
-void NyOnsetDetector::TakeDetectionFunction(const std::vector<float>& function) {
-  // A source that produced no function leaves the previous onsets as they were.
-  if (function.empty()) return;
-  m_count = static_cast<unsigned int>(function.size());
-  detail::PickOnsets(function, m_sampleRate, m_hop, m_onsets);
+  detail::OnsetPicker picker(m_sampleRate, m_hop, m_hop ? m_frames / m_hop + 2 : 0);
+  detail::MemoryDetectionFunction(samples, channels, frames, sampleRate, picker);
+  // A source that produced no detection function leaves the previous onsets as they were.
+  if (picker.Count() == 0) return;
+  m_count = static_cast<unsigned int>(picker.Count());
+  picker.Finish(m_onsets);
 }
 
 void NyOnsetDetector::GetMarkerTimes(std::vector<double>& times, float sensitivity) {

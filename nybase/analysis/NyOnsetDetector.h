@@ -36,8 +36,6 @@ class NyOnsetDetector {
   void GetMarkerTimes(std::vector<double>& times, float sensitivity);
 
  private:
-  // Steps shared by both forms once the detection function exists.
-  void TakeDetectionFunction(const std::vector<float>& function);
 
   unsigned int m_channels = 0;
   unsigned int m_frames = 0;

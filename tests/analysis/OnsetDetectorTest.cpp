@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <limits>
+#include <random>
 
 #include <nybase/NYBase.h>
 #include <nybase/analysis/internal/OnsetAnalysis.h>
@@ -267,4 +268,45 @@ TEST(OnsetPicking, EnvelopeTruncation) {
   const std::vector<std::pair<float, uint32_t>> cases = {
       {0.99f, 0}, {1.0f, 1}, {7.9f, 7}, {5e9f, 705032704u}, {nan, 0}, {1e30f, 0}, {-2.5f, 0xFFFFFFFEu}};
   for (const auto& [in, out] : cases) EXPECT_EQ(detail::TruncateToU32(in), out) << in;
+}
+
+// The picker keeps only a window of recent values; over a long function it must find what a
+// whole-array reading of the same rules finds.
+TEST(OnsetPicking, StreamingMatchesAWholeArrayReading) {
+  std::mt19937 gen(7);
+  std::exponential_distribution<float> small(2.0f);
+  std::vector<float> f(6000);
+  for (size_t i = 0; i < f.size(); ++i) f[i] = (i % 37 == 0 || i % 101 == 3) ? 5.0f + small(gen) * 40 : small(gen);
+  const unsigned int rate = 22050, hop = 220;  // w = 101
+  const size_t n = f.size(), w = 101;
+
+  std::vector<std::pair<float, double>> expected;
+  float mean = f[0] / 12 + f[1] / 12;
+  uint32_t env = 0;
+  for (size_t i = 0; i < n; ++i) {
+    const size_t a = i > 9 ? i - 9 : 0, b = std::min(i + 3, n);
+    if (a >= 1) mean -= f[a - 1] / 12;
+    mean += f[b - 1] / 12;
+    const float top = *std::max_element(f.begin() + a, f.begin() + b);
+    if (f[i] >= mean && f[i] >= 1 && (i == 0 || f[i] >= env) && f[i] == std::max(top, 0.0f)) {
+      const size_t lo = i > w ? i - w : 0, hi = std::min(i + w, n);
+      float left = f[i], right = f[i];
+      for (size_t j = i + 1; j-- > lo && f[j] <= f[i];) left = std::min(left, f[j]);
+      for (size_t j = i; j < hi && f[j] <= f[i]; ++j) right = std::min(right, f[j]);
+      const float s = left == f[i] ? f[i] - right : right == f[i] ? f[i] - left : f[i] - std::max(left, right);
+      expected.emplace_back(s, double(hop) * i / rate);
+    }
+    const float t = env * 0.9f + f[i] * 0.100000024f;
+    env = i == 0 ? uint32_t(f[0]) : uint32_t(f[i] > t ? f[i] : t);
+  }
+  std::stable_sort(expected.begin(), expected.end(), [](auto& l, auto& r) { return l.first < r.first; });
+
+  std::vector<NyOnsetDetector::Onset> got;
+  detail::PickOnsets(f, rate, hop, got);
+  ASSERT_GT(expected.size(), 50u);
+  ASSERT_EQ(got.size(), expected.size());
+  for (size_t i = 0; i < got.size(); ++i) {
+    EXPECT_EQ(got[i].strength, expected[i].first) << i;
+    EXPECT_EQ(got[i].time, expected[i].second) << i;
+  }
 }

@@ -4,6 +4,8 @@
 #include <kissfft/kiss_fftr.h>
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -64,7 +66,7 @@ void SpectralFlux::Transform() {
   kiss_fftr(m_config, m_time.data(), reinterpret_cast<kiss_fft_cpx*>(m_freq.data()));
 }
 
-void SpectralFlux::PowerAndFlux(bool first, std::vector<float>& function) {
+float SpectralFlux::PowerAndFlux() {
   const kiss_fft_cpx* freq = reinterpret_cast<const kiss_fft_cpx*>(m_freq.data());
   float* cur = m_current.data();
   const float* prev = m_previous.data();
@@ -94,8 +96,8 @@ void SpectralFlux::PowerAndFlux(bool first, std::vector<float>& function) {
     const float d = cur[k] - prev[k];
     flux += (std::fabs(d) + d) * 0.5f;
   }
-  if (!first) function.push_back(flux);
   std::swap(m_current, m_previous);
+  return flux;
 }
 
 bool OnsetSourceUsable(unsigned int channels, unsigned int frames, unsigned int sampleRate) {
@@ -108,8 +110,7 @@ bool OnsetSourceUsable(unsigned int channels, unsigned int frames, unsigned int 
 }
 
 void StreamDetectionFunction(IFrameSource& source, unsigned int channels, unsigned int frames,
-                             unsigned int sampleRate, std::vector<float>& function) {
-  function.clear();
+                             unsigned int sampleRate, IFluxSink& sink) {
   if (!OnsetSourceUsable(channels, frames, sampleRate)) return;
   const unsigned int hop = OnsetHop(sampleRate);
   // A hop beyond one refill reads nothing after the first window, so the function stays empty;
@@ -118,7 +119,6 @@ void StreamDetectionFunction(IFrameSource& source, unsigned int channels, unsign
 
   SpectralFlux flux;
   if (!flux.Init()) return;
-  function.reserve(frames / hop);
 
   // Work buffer: one refill plus the overlap of one window, interleaved. `mono` mirrors it frame
   // by frame after the mixdown, so each frame is mixed once however many windows cover it.
@@ -142,7 +142,7 @@ void StreamDetectionFunction(IFrameSource& source, unsigned int channels, unsign
   source.SeekToFrame(0);
   if (source.ReadFrames(k_onsetHalfWindow, buffer + k_onsetHalfWindow) == 0) return;
   Downmix(buffer, channels, k_onsetWindow, flux.TimeBuffer());
-  flux.Process(flux.TimeBuffer(), true, function);
+  flux.Process(flux.TimeBuffer());  // the reference for the next window; no value of its own
 
   // Frames 32768..34815 get the source frames hop - 1024 .. hop + 1023, zeros before the start.
   source.SeekToFrame(0);
@@ -159,21 +159,19 @@ void StreamDetectionFunction(IFrameSource& source, unsigned int channels, unsign
     const unsigned int got = std::min(source.ReadFrames(chunk, buffer + size_t{k_onsetWindow} * channels), chunk);
     if (got == 0) break;
     mixFrames(k_onsetWindow, got);
-    for (unsigned int offset = 0; offset < got; offset += hop) flux.Process(mono + offset, false, function);
+    for (unsigned int offset = 0; offset < got; offset += hop) sink.Push(flux.Process(mono + offset));
     advance = got;
     total += got;
   }
 }
 
 void MemoryDetectionFunction(const float* samples, unsigned int channels, unsigned int frames,
-                             unsigned int sampleRate, std::vector<float>& function) {
-  function.clear();
+                             unsigned int sampleRate, IFluxSink& sink) {
   if (!samples || !OnsetSourceUsable(channels, frames, sampleRate)) return;
   const unsigned int hop = OnsetHop(sampleRate);
 
   SpectralFlux flux;
   if (!flux.Init()) return;
-  function.reserve(frames / hop);
 
   float* const time = flux.TimeBuffer();
   const int64_t limit = int64_t{frames} - k_onsetWindow;
@@ -198,7 +196,8 @@ void MemoryDetectionFunction(const float* samples, unsigned int channels, unsign
         }
       }
     }
-    flux.Process(time, first, function);
+    const float value = flux.Process(time);
+    if (!first) sink.Push(value);  // the priming window has no value of its own
     first = false;
     start += hop;
   } while (start < limit);
@@ -211,77 +210,120 @@ uint32_t TruncateToU32(float v) {
   return static_cast<uint32_t>(static_cast<uint64_t>(static_cast<int64_t>(v)));
 }
 
-void PickOnsets(const std::vector<float>& f, unsigned int sampleRate, unsigned int hop,
-                std::vector<NyOnsetDetector::Onset>& onsets) {
-  const size_t count = f.size();
-  if (count == 0 || hop == 0) return;
+OnsetPicker::OnsetPicker(unsigned int sampleRate, unsigned int hop, size_t countLimit)
+    : m_sampleRate(sampleRate), m_hop(hop) {
+  // Prominence walks reach about a second either side of a peak.
+  const size_t w = hop == 0 ? 0 : static_cast<size_t>(std::ceil(static_cast<float>(sampleRate) / static_cast<float>(hop)));
+  m_reach = w;
+  // Room for both walks, plus the peak test's range, whose bounds go through float and so may
+  // move by up to 256 indices at the largest counts.
+  const size_t size = std::bit_ceil(2 * std::min(w, countLimit) + 1024);
+  m_ring.assign(size, 0.0f);
+  m_pending.assign(size, 0);
+  m_mask = size - 1;
+}
 
-  // The envelope keeps whole numbers only: the fraction is dropped at each step on purpose, so an
-  // envelope below 1 is 0.
-  std::vector<uint32_t> env(count);
-  env[0] = TruncateToU32(f[0]);
-  for (size_t i = 1; i < count; ++i) {
-    const float t = static_cast<float>(env[i - 1]) * 0.9f + f[i] * 0.100000024f;
-    env[i] = TruncateToU32(f[i] > t ? f[i] : t);
+size_t OnsetPicker::UpperBound(size_t i, size_t count) const {
+  // The bound goes through float; clamped so that float rounding of huge counts stays in range.
+  const float bf = std::min(static_cast<float>(i) + 3.0f, static_cast<float>(count));
+  return std::clamp(static_cast<size_t>(bf), i + 1, count);
+}
+
+void OnsetPicker::Push(float value) {
+  m_ring[m_count & m_mask] = value;
+  ++m_count;
+  // Peak tests whose range is now complete (the count is unknown yet, so only i + 3 bounds it).
+  while (UpperBound(m_next, SIZE_MAX) <= m_count) TestPeak(m_next++, SIZE_MAX);
+  // Peaks whose right walk is now complete.
+  while (m_pendingHead != m_pendingTail) {
+    const size_t p = m_pending[m_pendingHead & m_mask];
+    if (p + m_reach > m_count) break;
+    Score(p, SIZE_MAX);
+    ++m_pendingHead;
   }
+}
 
-  // A running mean of twelfths of f over i - 9 .. i + 2. Near the end the upper bound is clamped
-  // and the last value is added again at every step: deliberately not corrected.
-  float mean = f[0] / 12.0f + (count > 1 ? f[1] / 12.0f : 0.0f);
-  std::vector<size_t> peaks;
-  for (size_t i = 0; i < count; ++i) {
-    const float af = std::max(0.0f, static_cast<float>(i) - 9.0f);
-    const float bf = std::min(static_cast<float>(i) + 3.0f, static_cast<float>(count));
-    // The bounds go through float; clamped so that float rounding of huge counts stays in range.
-    const size_t a = std::min(static_cast<size_t>(af), i);
-    const size_t b = std::clamp(static_cast<size_t>(bf), i + 1, count);
-    if (a >= 1) mean -= f[a - 1] / 12.0f;
-    mean += f[b - 1] / 12.0f;
-
-    const float x = f[i];
-    if (!(x >= mean) || !(x >= 1.0f)) continue;
-    if (i > 0 && !(x >= static_cast<float>(env[i - 1]))) continue;
-    float top = 0.0f;
-    for (size_t j = a; j < b; ++j) top = std::max(top, f[j]);
-    if (x == top) peaks.push_back(i);
-  }
-
-  // Prominence over the higher of the two valleys within about a second each side.
-  const size_t w = static_cast<size_t>(std::ceil(static_cast<float>(sampleRate) / static_cast<float>(hop)));
-  onsets.clear();
-  onsets.reserve(peaks.size());
-  for (const size_t p : peaks) {
-    const size_t lo = p > w ? p - w : 0;
-    const size_t hi = std::min(p + w, count);
-    const float x = f[p];
-    float left = x;
-    for (size_t j = p;; --j) {
-      if (x < f[j]) break;
-      left = std::min(left, f[j]);
-      if (j == lo) break;
-    }
-    float right = x;
-    for (size_t j = p; j < hi; ++j) {
-      if (x < f[j]) break;
-      right = std::min(right, f[j]);
-    }
-    float strength;
-    if (x == left) {
-      strength = x - right;
-    } else if (x == right) {
-      strength = x - left;
-    } else {
-      strength = x - std::max(left, right);
-    }
-    onsets.push_back({strength, static_cast<double>(hop) * static_cast<double>(p) / static_cast<double>(sampleRate)});
-  }
-
+void OnsetPicker::Finish(std::vector<NyOnsetDetector::Onset>& onsets) {
+  const size_t count = m_count;
+  if (count == 0) return;
+  while (m_next < count) TestPeak(m_next++, count);
+  for (; m_pendingHead != m_pendingTail; ++m_pendingHead) Score(m_pending[m_pendingHead & m_mask], count);
   // NaN strengths (from infinite input) sort first, so the order stays a strict weak order.
-  std::stable_sort(onsets.begin(), onsets.end(),
+  std::stable_sort(m_onsets.begin(), m_onsets.end(),
                    [](const NyOnsetDetector::Onset& l, const NyOnsetDetector::Onset& r) {
                      if (std::isnan(l.strength)) return !std::isnan(r.strength);
                      return l.strength < r.strength;
                    });
+  onsets.swap(m_onsets);
+  m_onsets.clear();
+}
+
+void OnsetPicker::TestPeak(size_t i, size_t count) {
+  const float x = At(i);
+  if (i == 0) {
+    // What the mean starts from when there is a single value is open: the missing one counts 0.
+    m_mean = x / 12.0f + (count > 1 ? At(1) / 12.0f : 0.0f);
+  }
+  // A running mean of twelfths of f over i - 9 .. i + 2. Near the end the upper bound is clamped
+  // and the last value is added again at every step: deliberately not corrected.
+  const size_t a = std::min(static_cast<size_t>(std::max(0.0f, static_cast<float>(i) - 9.0f)), i);
+  const size_t b = UpperBound(i, count);
+  if (a >= 1) m_mean -= At(a - 1) / 12.0f;
+  m_mean += At(b - 1) / 12.0f;
+
+  bool peak = x >= m_mean && x >= 1.0f && (i == 0 || x >= static_cast<float>(m_envPrevious));
+  if (peak) {
+    float top = 0.0f;
+    for (size_t j = a; j < b; ++j) top = std::max(top, At(j));
+    peak = x == top;
+  }
+  if (peak) m_pending[m_pendingTail++ & m_mask] = i;
+
+  // The envelope keeps whole numbers only: the fraction is dropped at each step on purpose, so an
+  // envelope below 1 is 0.
+  if (i == 0) {
+    m_envPrevious = TruncateToU32(x);
+  } else {
+    const float t = static_cast<float>(m_envPrevious) * 0.9f + x * 0.100000024f;
+    m_envPrevious = TruncateToU32(x > t ? x : t);
+  }
+}
+
+void OnsetPicker::Score(size_t p, size_t count) {
+  // Prominence over the higher of the two valleys within about a second each side; a side with
+  // no descent does not count.
+  const size_t lo = p > m_reach ? p - m_reach : 0;
+  const size_t hi = std::min(p + m_reach, count);
+  const float x = At(p);
+  float left = x;
+  for (size_t j = p;; --j) {
+    if (x < At(j)) break;
+    left = std::min(left, At(j));
+    if (j == lo) break;
+  }
+  float right = x;
+  for (size_t j = p; j < hi; ++j) {
+    if (x < At(j)) break;
+    right = std::min(right, At(j));
+  }
+  float strength;
+  if (x == left) {
+    strength = x - right;
+  } else if (x == right) {
+    strength = x - left;
+  } else {
+    strength = x - std::max(left, right);
+  }
+  const double time = static_cast<double>(m_hop) * static_cast<double>(p) / static_cast<double>(m_sampleRate);
+  m_onsets.push_back({strength, time});
+}
+
+void PickOnsets(const std::vector<float>& f, unsigned int sampleRate, unsigned int hop,
+                std::vector<NyOnsetDetector::Onset>& onsets) {
+  if (f.empty() || hop == 0) return;
+  OnsetPicker picker(sampleRate, hop, f.size());
+  for (const float v : f) picker.Push(v);
+  picker.Finish(onsets);
 }
 
 }  // namespace lu::analysis::detail
