@@ -2,6 +2,7 @@
 #include <nybase/analysis/NyOnsetDetector.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 
 #include <nybase/audio/NyAudioFileReader.h>
@@ -27,7 +28,7 @@ void NyOnsetDetector::SetSource(const lu::Path& path) {
   m_channels = format.channelConfig.GetNumChannels();
   m_hop = detail::OnsetHop(m_sampleRate);
   detail::ReaderFrameSource source(*reader);
-  detail::OnsetPicker picker(m_sampleRate, m_hop, m_hop ? m_frames / m_hop + 2 : 0);
+  detail::OnsetPicker picker(m_sampleRate, m_hop, SIZE_MAX);  // a hop of rate / 100 keeps the reach near 100
   detail::StreamDetectionFunction(source, m_channels, m_frames, m_sampleRate, picker);
   // A source that produced no detection function leaves the previous onsets as they were.
   if (picker.Count() == 0) return;
@@ -41,7 +42,7 @@ void NyOnsetDetector::SetSource(float* samples, unsigned int channels, unsigned 
   m_frames = frames;
   m_sampleRate = sampleRate;
   m_hop = detail::OnsetHop(sampleRate);
-  detail::OnsetPicker picker(m_sampleRate, m_hop, m_hop ? m_frames / m_hop + 2 : 0);
+  detail::OnsetPicker picker(m_sampleRate, m_hop, SIZE_MAX);  // a hop of rate / 100 keeps the reach near 100
   detail::MemoryDetectionFunction(samples, channels, frames, sampleRate, picker);
   // A source that produced no detection function leaves the previous onsets as they were.
   if (picker.Count() == 0) return;

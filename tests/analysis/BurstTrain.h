@@ -6,6 +6,10 @@
 #include <random>
 #include <vector>
 
+#include <gtest/gtest.h>
+
+#include <nybase/analysis/NyOnsetDetector.h>
+
 namespace nytest {
 
 enum class Burst { Noise, Tone };
@@ -49,6 +53,22 @@ inline BurstTrain MakeBurstTrain(unsigned int rate, unsigned int channels, Burst
     }
   }
   return t;
+}
+
+inline std::vector<double> Markers(NyOnsetDetector& d, float sensitivity = 1.0f) {
+  std::vector<double> times{-1.0};  // must be replaced, not appended to
+  d.GetMarkerTimes(times, sensitivity);
+  return times;
+}
+
+// Every true onset has exactly one marker in [-30 ms, +5 ms], and there is no other marker.
+inline void ExpectMatches(const std::vector<double>& markers, const std::vector<double>& onsets) {
+  ASSERT_EQ(markers.size(), onsets.size());
+  for (const double onset : onsets) {
+    int hits = 0;
+    for (const double m : markers) hits += (m - onset >= -0.030 && m - onset <= 0.005) ? 1 : 0;
+    EXPECT_EQ(hits, 1) << "onset at " << onset;
+  }
 }
 
 }  // namespace nytest

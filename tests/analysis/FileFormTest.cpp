@@ -15,7 +15,9 @@
 namespace detail = lu::analysis::detail;
 using nytest::Burst;
 using nytest::BurstTrain;
+using nytest::ExpectMatches;
 using nytest::MakeBurstTrain;
+using nytest::Markers;
 
 namespace {
 
@@ -53,33 +55,34 @@ void WriteRawWav(const std::string& native, uint16_t channels, uint32_t rate, ui
   nytest::WriteFileBytes(native, b);
 }
 
-std::vector<double> Markers(NyOnsetDetector& d) {
-  std::vector<double> times;
-  d.GetMarkerTimes(times, 1.0f);
-  return times;
-}
-
 }  // namespace
 
-TEST(OnsetFile, BurstTrainsFromSixteenBitFiles) {
+// Burst trains written as 16-bit files by libsndfile, analysed from the file and from memory.
+TEST(OnsetFile, EachBurstGetsOneMarkerOnTheHopGrid) {
   nytest::TempDir dir;
   struct Case {
     unsigned int rate, channels;
     Burst kind;
   };
-  for (const Case& c : {Case{44100, 2, Burst::Noise}, Case{48000, 1, Burst::Tone}, Case{22050, 2, Burst::Tone},
-                        Case{48000, 2, Burst::Noise}}) {
-    // Long enough for several refills of the read buffer.
-    BurstTrain t = MakeBurstTrain(c.rate, c.channels, c.kind, 24, {0.3f, 0.9f}, 0.2537, 0.3313);
+  for (const Case& c : {Case{44100, 1, Burst::Noise}, Case{44100, 2, Burst::Tone}, Case{48000, 1, Burst::Tone},
+                        Case{48000, 2, Burst::Noise}, Case{22050, 1, Burst::Noise}, Case{22050, 2, Burst::Tone},
+                        Case{48000, 6, Burst::Noise}}) {
+    // Onsets off the hop grid, levels from 0.3 to 1, long enough for several refills of the buffer.
+    BurstTrain t = MakeBurstTrain(c.rate, c.channels, c.kind, 16, {0.3f, 1.0f, 0.6f}, 0.2537, 0.3313);
     const std::string name = "t" + std::to_string(c.rate) + "_" + std::to_string(c.channels) + ".wav";
+    SCOPED_TRACE(name);
     WriteWav(dir.Native(name), t, SF_FORMAT_PCM_16);
-    NyOnsetDetector d;
-    d.SetSource(lu::Path(dir.Wide(name)));
-    const std::vector<double> m = Markers(d);
-    ASSERT_EQ(m.size(), t.onsets.size()) << name;
-    for (size_t i = 0; i < m.size(); ++i) {
-      EXPECT_GE(m[i] - t.onsets[i], -0.030) << name << " " << i;
-      EXPECT_LE(m[i] - t.onsets[i], 0.005) << name << " " << i;
+    NyOnsetDetector file, memory;
+    file.SetSource(lu::Path(dir.Wide(name)));
+    memory.SetSource(t.samples.data(), c.channels, t.Frames(), c.rate);
+    const std::vector<double> markers = Markers(file);
+    ExpectMatches(markers, t.onsets);
+    ExpectMatches(Markers(memory), t.onsets);
+    const double hop = c.rate / 100;
+    for (size_t i = 0; i < markers.size(); ++i) {
+      const double windows = markers[i] * c.rate / hop;
+      EXPECT_NEAR(windows, std::round(windows), 1e-9);
+      EXPECT_TRUE(i == 0 || markers[i - 1] < markers[i]);
     }
   }
 }
