@@ -129,9 +129,17 @@ TEST(OnsetFile, UnusableFilesKeepThePreviousOnsets) {
   d.SetSource(lu::Path(dir.Wide("good.wav")));
   const std::vector<double> before = Markers(d);
   ASSERT_EQ(before.size(), 3u);
+  FFTHelper fft(512, FFTHelper::Hann);
   for (const char* name : {"", "missing.wav", "junk.wav", "slow.wav", "nochannels.wav", "short.wav", "good.aiff"}) {
-    d.SetSource(lu::Path(*name ? dir.Wide(name) : std::wstring()));
+    const lu::Path path(*name ? dir.Wide(name) : std::wstring());
+    d.SetSource(path);
     EXPECT_EQ(Markers(d), before) << name;
+    // The spectrum fails where the file cannot be read, and otherwise has its 256 bins.
+    std::vector<float> spectrum;
+    unsigned int rate = 0;
+    const bool readable = std::string("slow.wav short.wav").find(name) != std::string::npos && *name;
+    EXPECT_EQ(fft.GetSpectrum(path, spectrum, rate, nullptr), readable) << name;
+    EXPECT_EQ(spectrum.size(), readable ? 256u : 0u) << name;
   }
 }
 
