@@ -19,7 +19,8 @@ class FFTHelper {
   enum WindowFunction : int { Triangular = 0, Hamming = 1, Hann = 2 };
 
   // Prepares an FFT of `size` points and its window. `size` must be even: an odd size prints
-  // "Real FFT optimization must be even." on stderr and leaves an object whose spectra all fail.
+  // "Real FFT optimization must be even." on stderr and leaves an object whose spectra all fail,
+  // as do a size of 0 and one beyond 2^30 or the memory available.
   FFTHelper(unsigned int size, WindowFunction window);
   ~FFTHelper();
   FFTHelper(const FFTHelper&) = delete;
