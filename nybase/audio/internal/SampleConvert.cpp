@@ -172,11 +172,10 @@ void ApplyGain(float* dst, size_t dstStride, size_t frames, float gain) {
 }
 
 int16_t FloatToInt16(float value) {
-  // The product is exact in double, so truncation sees the true value.
-  const double x = static_cast<double>(value) * 32767.0;
-  if (std::isnan(x)) return 32767;
-  if (x >= 32767.0) return 32767;
-  if (x <= -32768.0) return -32768;
+  const float x = value * 32767.0f;
+  // NaN fails the first test and takes the top of the range.
+  if (!(x < 32767.0f)) return 32767;
+  if (x <= -32768.0f) return -32768;
   return static_cast<int16_t>(static_cast<int32_t>(x));
 }
 

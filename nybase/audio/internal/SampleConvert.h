@@ -27,7 +27,7 @@ void ConvertChannel(const uint8_t* src, size_t srcStride, unsigned width, bool i
 // Multiplies `frames` values at dst[f*dstStride] by gain.
 void ApplyGain(float* dst, size_t dstStride, size_t frames, float gain);
 
-// Float to int16: x * 32767 clamped to [-32768, 32767], truncated towards zero; NaN gives 32767.
+// Float to int16: x * 32767 in float, clamped to [-32768, 32767], truncated towards zero; NaN gives 32767.
 int16_t FloatToInt16(float value);
 
 // Narrows count contiguous samples of `width` bytes to int16: floats by FloatToInt16, 32-bit
