@@ -58,6 +58,10 @@ void NyWavFileReader::FreeMarkers() {
   for (NY_WAVE_MARKER& marker : m_markers) std::free(marker.strLabel);
   m_markers.clear();
   m_markerIndex.clear();
+  m_markerIndexed = 0;
+  m_markerScanned = 0;
+  m_markerHint = 0;
+  m_markerMaxId = 0;
 }
 
 bool NyWavFileReader::ReadHeader() {
@@ -268,18 +272,36 @@ bool NyWavFileReader::ReadChunk_FMT(const RIFFHEADER& header) {
 }
 
 NY_WAVE_MARKER& NyWavFileReader::GetWavMarker(unsigned int id) {
-  // The index makes the lookup constant-time; it is rebuilt if a subclass changed the vector.
-  if (m_markerIndex.size() != m_markers.size()) {
+  // The same answer as a search from the front, in constant time. Files list ascending identifiers
+  // and labels follow the cue order, so the hint and the "above every identifier so far" test
+  // settle nearly every call; the index, brought up to date only when needed, settles the rest.
+  size_t count = m_markers.size();
+  if (m_markerIndexed > count || m_markerScanned > count) {
+    // A subclass removed markers: start over.
     m_markerIndex.clear();
-    for (size_t i = m_markers.size(); i-- > 0;) m_markerIndex[m_markers[i].dwIdentifier] = i;
+    m_markerIndexed = m_markerScanned = 0;
+    m_markerMaxId = 0;
   }
-  const auto [it, inserted] = m_markerIndex.try_emplace(id, m_markers.size());
-  if (inserted) {
+  for (; m_markerScanned < count; ++m_markerScanned) {
+    m_markerMaxId = std::max(m_markerMaxId, uint64_t(m_markers[m_markerScanned].dwIdentifier) + 1);
+  }
+  size_t at = count;
+  if (m_markerHint < count && m_markers[m_markerHint].dwIdentifier == id) {
+    at = m_markerHint;
+  } else if (id < m_markerMaxId) {
+    for (; m_markerIndexed < count; ++m_markerIndexed) {
+      m_markerIndex.try_emplace(m_markers[m_markerIndexed].dwIdentifier, m_markerIndexed);
+    }
+    const auto found = m_markerIndex.find(id);
+    if (found != m_markerIndex.end()) at = found->second;
+  }
+  if (at == count) {
     NY_WAVE_MARKER marker{};
     marker.dwIdentifier = id;
     m_markers.push_back(marker);
   }
-  return m_markers[it->second];
+  m_markerHint = at + 1;
+  return m_markers[at];
 }
 
 bool NyWavFileReader::ReadChunk_CUE(const RIFFHEADER& header) {
@@ -305,6 +327,10 @@ bool NyWavFileReader::ReadChunk_CUE(const RIFFHEADER& header) {
 }
 
 bool NyWavFileReader::ReadChunk_LIST(const RIFFHEADER& header) {
+  // The file position is tracked as payload start + bytes consumed, so that labels need no
+  // position query (which would drop the stream's buffer).
+  const long long payloadStart = m_file.SetFilePointer(0, lu::FilePointerCurrent);
+  if (payloadStart < 0) return false;
   uint32_t listType = 0;
   unsigned int done = 0;
   if (!m_file.Read(&listType, sizeof(listType), done) || done != sizeof(listType)) return false;
@@ -312,9 +338,20 @@ bool NyWavFileReader::ReadChunk_LIST(const RIFFHEADER& header) {
   if (header.ckSize < 5) return true;
   const unsigned long long fileSize = m_file.GetFileSize();
   unsigned long long consumed = 4;
+  // A non-zero byte where an odd sub-chunk's pad belongs is the next header's first byte. Instead
+  // of seeking back over it (which drops the stream's buffer) it is carried into that header, and
+  // given back with one seek only if the list ends there.
+  int carried = -1;
   while (consumed < header.ckSize) {
     RIFFHEADER sub;
-    if (!m_file.Read(&sub, sizeof(sub), done) || done != sizeof(sub)) return false;
+    unsigned char* subBytes = reinterpret_cast<unsigned char*>(&sub);
+    if (carried >= 0) {
+      subBytes[0] = static_cast<unsigned char>(carried);
+      carried = -1;
+      if (!m_file.Read(subBytes + 1, sizeof(sub) - 1, done) || done != sizeof(sub) - 1) return false;
+    } else if (!m_file.Read(&sub, sizeof(sub), done) || done != sizeof(sub)) {
+      return false;
+    }
     consumed += 8;
     if (sub.ckID == k_fccLabl) {
       uint32_t id = 0;
@@ -325,8 +362,7 @@ bool NyWavFileReader::ReadChunk_LIST(const RIFFHEADER& header) {
       if (sub.ckSize < 4) return false;
       const uint32_t labelSize = sub.ckSize - 4;
       const unsigned long long rounded = (labelSize + 1ull) & ~1ull;
-      const long long here = m_file.SetFilePointer(0, lu::FilePointerCurrent);
-      if (here < 0 || static_cast<unsigned long long>(here) + rounded > fileSize) return false;
+      if (static_cast<unsigned long long>(payloadStart) + consumed + rounded > fileSize) return false;
       NY_WAVE_MARKER& marker = GetWavMarker(id);
       // A repeated label replaces the earlier one; the earlier block is released.
       std::free(marker.strLabel);
@@ -350,12 +386,13 @@ bool NyWavFileReader::ReadChunk_LIST(const RIFFHEADER& header) {
       unsigned char pad = 0;
       if (!m_file.Read(&pad, 1, done) || done != 1) return true;
       if (pad != 0) {
-        if (!SkipBytes(-1)) return false;
+        carried = pad;
       } else {
         consumed += 1;
       }
     }
   }
+  if (carried >= 0 && !SkipBytes(-1)) return false;
   return true;
 }
 

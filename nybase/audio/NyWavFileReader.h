@@ -133,6 +133,12 @@ class NyWavFileReader : public NyAudioFileReader {
   // Closes an owned file, or lets a view go.
   void DropFile();
 
-  // Identifier -> index in m_markers, so that GetWavMarker stays constant-time.
+  // Identifier -> index in m_markers, so that GetWavMarker stays constant-time: the index covers
+  // the first m_markerIndexed markers, the identifiers of the first m_markerScanned are all below
+  // m_markerMaxId, and m_markerHint is where the next lookup is likely to hit.
   std::unordered_map<uint32_t, size_t> m_markerIndex;
+  size_t m_markerIndexed = 0;
+  size_t m_markerScanned = 0;
+  size_t m_markerHint = 0;
+  uint64_t m_markerMaxId = 0;
 };

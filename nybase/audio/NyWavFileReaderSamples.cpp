@@ -106,16 +106,25 @@ unsigned int NyWavFileReader::ReadPCMDataAsFloat32(unsigned int numFrames, NyCha
   const unsigned int blockAlign = m_format.nBlockAlign;
   const unsigned int count = FramesToRead(m_dataSize, m_currentDataPos, blockAlign, numFrames);
   if (count == 0) return 0;
-  unsigned char* data = nullptr;
-  unsigned int bytesRead = 0;
-  ReadDataFromFile(m_currentDataPos, blockAlign * count, data, bytesRead);
-  if (data == nullptr) return 0;
-  const unsigned int frames = bytesRead / blockAlign;
   const unsigned int width = m_format.nChannels ? blockAlign / m_format.nChannels : 0;
   const bool isFloat = m_dataType == 1;
   const unsigned int n = config.GetNumChannels();
   const uint32_t type = config.GetType();
   const uint32_t mask = config.GetChannelMask();
+  if (isFloat && width == 4 && interleaved && !m_encrypted && n == m_format.nChannels &&
+      blockAlign == 4 * n && ordering == NY::ChannelOrdering_Native && !m_pADM) {
+    // Float samples in the file's order are the output bytes: read them straight into place,
+    // as the buffered read would (plain data, no block alignment, no seek).
+    unsigned int done = 0;
+    if (!m_file.Read(out, blockAlign * count, done)) return 0;
+    m_currentDataPos += done;
+    return done / blockAlign;
+  }
+  unsigned char* data = nullptr;
+  unsigned int bytesRead = 0;
+  ReadDataFromFile(m_currentDataPos, blockAlign * count, data, bytesRead);
+  if (data == nullptr) return 0;
+  const unsigned int frames = bytesRead / blockAlign;
 
   detail::ChannelRoute route;
   std::vector<uint8_t> targets;
