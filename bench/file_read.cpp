@@ -1,6 +1,7 @@
 // Reading a large page-cached file through lu::File::Read in 1 MiB blocks against plain read(2).
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
+#include <nybase/files/File.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,8 +10,6 @@
 #include <map>
 #include <string>
 #include <vector>
-
-#include <nybase/files/File.h>
 
 namespace {
 

@@ -1,10 +1,9 @@
 // lu::File on the platform's Windows-shaped open and its buffered streams.
 #include <nybase/files/File.h>
-
-#include <utility>
-
 #include <nybase/platform/FileApi.h>
 #include <nybase/platform/LastError.h>
+
+#include <utility>
 
 namespace lu {
 
@@ -28,7 +27,9 @@ constexpr ModeInfo k_modes[] = {
 };
 
 // Seconds since 1970 of a file time, truncated towards zero.
-int64_t ToUnixSeconds(int64_t fileTime) { return (fileTime - pf::k_fileTimeUnixEpoch) / pf::k_fileTimeUnitsPerSecond; }
+int64_t ToUnixSeconds(int64_t fileTime) {
+  return (fileTime - pf::k_fileTimeUnixEpoch) / pf::k_fileTimeUnitsPerSecond;
+}
 
 }  // namespace
 
@@ -78,7 +79,8 @@ NYRESULT File::Open(const lu::Path& path, NyOpenMode mode, unsigned int flags) {
   uint32_t osFlags = pf::k_fileFlagSequentialScan;
   if (flags & NyFileFlagDeleteOnClose) osFlags |= pf::k_fileFlagDeleteOnClose;
 
-  const pf::FileHandle handle = pf::CreateFileW(text.data(), text.size(), info.access, share, disposition, osFlags);
+  const pf::FileHandle handle =
+      pf::CreateFileW(text.data(), text.size(), info.access, share, disposition, osFlags);
   if (handle == pf::k_invalidFileHandle) {
     const uint32_t error = pf::GetLastError();
     return error == pf::k_errorFileNotFound || error == pf::k_errorPathNotFound ? NYRESULT_FILE_NOT_FOUND
@@ -162,14 +164,21 @@ bool File::SetLastWriteTime(const lu::Path& source) const {
 
 FileError File::GetLastError() {
   switch (pf::GetLastError()) {
-    case pf::k_errorSuccess: return FileErrorNone;
-    case pf::k_errorDiskFull: return FileErrorDiskFull;
-    case pf::k_errorNoSystemResources: return FileErrorNoSystemResources;
-    case pf::k_errorAccessDenied: return FileErrorAccessDenied;
-    case pf::k_errorSharingViolation: return FileErrorSharingViolation;
+    case pf::k_errorSuccess:
+      return FileErrorNone;
+    case pf::k_errorDiskFull:
+      return FileErrorDiskFull;
+    case pf::k_errorNoSystemResources:
+      return FileErrorNoSystemResources;
+    case pf::k_errorAccessDenied:
+      return FileErrorAccessDenied;
+    case pf::k_errorSharingViolation:
+      return FileErrorSharingViolation;
     case pf::k_errorFileNotFound:
-    case pf::k_errorPathNotFound: return FileErrorNotFound;
-    default: return FileErrorOther;
+    case pf::k_errorPathNotFound:
+      return FileErrorNotFound;
+    default:
+      return FileErrorOther;
   }
 }
 

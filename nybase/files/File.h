@@ -1,12 +1,12 @@
 // lu::File: the library's binary file, owner or non-owning view of one buffered stream.
 #pragma once
 
-#include <cstdint>
-#include <cstdio>
-
 #include <nybase/base/NyResult.h>
 #include <nybase/files/Path.h>
 #include <nybase/text/CStdStr.h>
+
+#include <cstdint>
+#include <cstdio>
 
 // How Open reaches the file: access, creation, and whether writes always land at the end.
 enum NyOpenMode : int {

@@ -1,15 +1,14 @@
 // lu::File and lu::GetFileInfo against real files in a temporary directory.
-#include <gtest/gtest.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
+#include <nybase/files/File.h>
+#include <nybase/platform/LastError.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstring>
 #include <string>
 #include <vector>
-
-#include <nybase/files/File.h>
-#include <nybase/platform/LastError.h>
 
 #include "../support/TestSupport.h"
 
@@ -56,14 +55,10 @@ TEST(FileOpen, EachModeOnExistingAndMissingFiles) {
     const char* afterWrite;  // file contents after seeking to 0 and writing "XY"; null: not written
   };
   const Case cases[] = {
-      {NyOpenModeRead, true, 1, "abc", nullptr},
-      {NyOpenModeRead, false, 66, nullptr, nullptr},
-      {NyOpenModeWrite, true, 1, nullptr, "abcXY"},
-      {NyOpenModeWrite, false, 1, nullptr, "XY"},
-      {NyOpenModeWriteOverwrite, true, 1, "", "XY"},
-      {NyOpenModeWriteOverwrite, false, 1, "", "XY"},
-      {NyOpenModeReadWrite, true, 1, "abc", "abcXY"},
-      {NyOpenModeReadWrite, false, 1, "", "XY"},
+      {NyOpenModeRead, true, 1, "abc", nullptr},      {NyOpenModeRead, false, 66, nullptr, nullptr},
+      {NyOpenModeWrite, true, 1, nullptr, "abcXY"},   {NyOpenModeWrite, false, 1, nullptr, "XY"},
+      {NyOpenModeWriteOverwrite, true, 1, "", "XY"},  {NyOpenModeWriteOverwrite, false, 1, "", "XY"},
+      {NyOpenModeReadWrite, true, 1, "abc", "abcXY"}, {NyOpenModeReadWrite, false, 1, "", "XY"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << "mode " << c.mode << (c.exists ? " existing" : " missing"));
@@ -273,6 +268,15 @@ TEST(FileDeleteOnClose, TheNameLastsUntilTheOwnerCloses) {
   }
   EXPECT_FALSE(Exists(native)) << "the destructor closes and deletes too";
 
+  // Through a link the file itself goes, and the link is left dangling.
+  WriteFileBytes(dir.Native("target"), Bytes("t"));
+  ASSERT_EQ(::symlink(dir.Native("target").c_str(), dir.Native("link").c_str()), 0);
+  {
+    File f;
+    ASSERT_EQ(f.Open(P(dir, "link"), NyOpenModeRead, NyFileFlagDeleteOnClose), 1);
+  }
+  EXPECT_FALSE(Exists(dir.Native("target")));
+
   // A file that replaced the name meanwhile is not the one to delete.
   File f;
   ASSERT_EQ(f.Open(P(dir, "tmp"), NyOpenModeWriteOverwrite, NyFileFlagDeleteOnClose), 1);
@@ -472,10 +476,15 @@ TEST(FileError, DiskFullIsReportedOnWriteFlushAndClose) {
 }
 
 TEST(FileError, WindowsNumbersMapToFileErrors) {
-  const std::pair<uint32_t, lu::FileError> cases[] = {
-      {0, lu::FileErrorNone},         {112, lu::FileErrorDiskFull},        {1450, lu::FileErrorNoSystemResources},
-      {5, lu::FileErrorAccessDenied}, {32, lu::FileErrorSharingViolation}, {2, lu::FileErrorNotFound},
-      {3, lu::FileErrorNotFound},     {80, lu::FileErrorOther},            {1, lu::FileErrorOther}};
+  const std::pair<uint32_t, lu::FileError> cases[] = {{0, lu::FileErrorNone},
+                                                      {112, lu::FileErrorDiskFull},
+                                                      {1450, lu::FileErrorNoSystemResources},
+                                                      {5, lu::FileErrorAccessDenied},
+                                                      {32, lu::FileErrorSharingViolation},
+                                                      {2, lu::FileErrorNotFound},
+                                                      {3, lu::FileErrorNotFound},
+                                                      {80, lu::FileErrorOther},
+                                                      {1, lu::FileErrorOther}};
   for (const auto& [win, expected] : cases) {
     lu::platform::SetLastError(win);
     EXPECT_EQ(File::GetLastError(), expected) << win;

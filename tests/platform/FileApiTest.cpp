@@ -1,13 +1,12 @@
 // The platform's file services: open dispositions, attributes and wildcard searches.
 #include <gtest/gtest.h>
+#include <nybase/platform/FileApi.h>
+#include <nybase/platform/LastError.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
 #include <string>
 #include <vector>
-
-#include <nybase/platform/FileApi.h>
-#include <nybase/platform/LastError.h>
 
 #include "../support/TestSupport.h"
 
@@ -79,7 +78,8 @@ TEST(FileApi, AttributesFollowModeBitsNamesAndTheHiddenMark) {
 
 TEST(FileApi, SearchesMatchWildcardsWithoutCaseInNameOrder) {
   TempDir dir;
-  for (const char* name : {"b.WAV", "a.wav", "C.wav", "a.txt", "noext", "ab"}) nytest::WriteFileBytes(dir.Native(name), {});
+  for (const char* name : {"b.WAV", "a.wav", "C.wav", "a.txt", "noext", "ab"})
+    nytest::WriteFileBytes(dir.Native(name), {});
   struct Case {
     std::string pattern;
     std::vector<std::string> names;  // empty: the search fails with `error`

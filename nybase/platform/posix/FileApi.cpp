@@ -1,9 +1,11 @@
 // POSIX backend of the file services: open + flock + ftruncate behind the Windows-shaped open,
 // stdio streams, futimens/statx times and an opendir search with Windows wildcards.
-#include <nybase/platform/FileApi.h>
-
 #include <dirent.h>
 #include <fcntl.h>
+#include <nybase/platform/FileApi.h>
+#include <nybase/platform/LastError.h>
+#include <nybase/platform/NativePath.h>
+#include <nybase/platform/Utf.h>
 #include <stdio_ext.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -12,7 +14,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <cwctype>
 #include <memory>
@@ -20,10 +22,6 @@
 #include <string>
 #include <unordered_map>
 #include <vector>
-
-#include <nybase/platform/LastError.h>
-#include <nybase/platform/NativePath.h>
-#include <nybase/platform/Utf.h>
 
 namespace lu::platform {
 
@@ -179,7 +177,8 @@ FileHandle CreateFileW(const wchar_t* path, size_t len, uint32_t access, uint32_
     return k_invalidFileHandle;
   }
   // O_NONBLOCK keeps a FIFO from stalling the open; it is cleared again below.
-  const int base = (wantWrite ? (wantRead ? O_RDWR : O_WRONLY) : O_RDONLY) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+  const int base =
+      (wantWrite ? (wantRead ? O_RDWR : O_WRONLY) : O_RDONLY) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
 
   int fd = -1;
   bool created = false;
@@ -248,14 +247,12 @@ FileHandle CreateFileW(const wchar_t* path, size_t len, uint32_t access, uint32_
     CloseAction action;
     action.dev = st.st_dev;
     action.ino = st.st_ino;
-    if (native[0] == '/') {
-      action.deletePath = native;
-    } else {
-      // Removed by absolute name, so a change of directory before the close does not matter.
-      char cwd[PATH_MAX];
-      if (::getcwd(cwd, sizeof cwd) == nullptr) return refuse(ErrorFromErrno(errno));
-      action.deletePath = std::string(cwd) + "/" + native;
-    }
+    // The file itself is removed, by absolute name: through a link the target goes, as the handle
+    // refers to the target, and a change of directory before the close does not matter.
+    char* real = ::realpath(native.c_str(), nullptr);
+    if (real == nullptr) return refuse(ErrorFromErrno(errno));
+    action.deletePath = real;
+    std::free(real);
     std::lock_guard<std::mutex> guard(ActionsLock());
     Actions()[fd] = std::move(action);
   } else {
@@ -477,7 +474,8 @@ bool GetFileAttributesExW(const wchar_t* path, size_t len, FileAttributeData& da
     SetLastError(err == ENOENT ? MissingError(native) : ErrorFromErrno(err));
     return false;
   }
-  const bool hidden = IsHiddenName(BaseName(native)) || ::getxattr(native.c_str(), k_hiddenAttr, nullptr, 0) >= 0;
+  const bool hidden =
+      IsHiddenName(BaseName(native)) || ::getxattr(native.c_str(), k_hiddenAttr, nullptr, 0) >= 0;
   data.attributes = AttributesOf(st, hidden);
   data.creationTime = CreationTime(AT_FDCWD, native.c_str(), 0, st);
   data.lastAccessTime = ToFileTime(st.st_atim);
@@ -489,8 +487,8 @@ bool GetFileAttributesExW(const wchar_t* path, size_t len, FileAttributeData& da
 // ---- Search ----
 
 struct FindState {
-  std::string directory;            // native directory of the entries ("." for the current one)
-  std::vector<std::string> names;   // matching entries, in order
+  std::string directory;           // native directory of the entries ("." for the current one)
+  std::vector<std::string> names;  // matching entries, in order
   size_t next = 0;
 };
 
@@ -566,7 +564,9 @@ FindHandle FindFirstFileExW(const wchar_t* pattern, size_t len, FindData& data) 
   std::string native;
   if (!ToNativePath(pattern, len, native)) return nullptr;
   const size_t slash = native.find_last_of('/');
-  std::string dir = slash == std::string::npos ? std::string(".") : slash == 0 ? std::string("/") : native.substr(0, slash);
+  std::string dir = slash == std::string::npos ? std::string(".")
+                    : slash == 0               ? std::string("/")
+                                               : native.substr(0, slash);
   const std::string last = slash == std::string::npos ? native : native.substr(slash + 1);
   if (HasForbiddenChar(dir)) {
     SetLastError(k_errorInvalidName);
@@ -598,7 +598,8 @@ FindHandle FindFirstFileExW(const wchar_t* pattern, size_t len, FindData& data) 
       if (WildcardMatch(wpattern, wname)) found.emplace_back(std::move(wname), e->d_name);
     }
     ::closedir(d);
-    std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return OrderNames(a.first, b.first); });
+    std::sort(found.begin(), found.end(),
+              [](const auto& a, const auto& b) { return OrderNames(a.first, b.first); });
     for (auto& f : found) state->names.push_back(std::move(f.second));
   }
   if (!NextEntry(*state, data)) {
