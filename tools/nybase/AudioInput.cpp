@@ -49,7 +49,9 @@ std::unique_ptr<NyAudioFileReader> OpenWav(const std::string& native, std::strin
 std::string DescribeEncoding(const NyAudioFileReader& reader) {
   const WaveFormatExtensible& f = reader.GetFormat();
   std::string s = Narrow(StringHelp::FmtTagToString(f.wFormatTag));
-  s += " " + std::to_string(f.wBitsPerSample) + "-bit";
+  s += ' ';
+  s += std::to_string(f.wBitsPerSample);
+  s += "-bit";
   if (f.wFormatTag == WAVE_FORMAT_EXTENSIBLE) {
     const unsigned width = f.nChannels == 0 ? 0 : f.nBlockAlign / f.nChannels;
     s += reader.GetDataTypeID() != 0 && width == 4 ? " float" : " integer";

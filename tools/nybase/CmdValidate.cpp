@@ -15,8 +15,14 @@ std::string Reason(const lu::XmlValidationErrorInfo& info, const std::string& do
   std::string message = Narrow(info.m_message);
   while (!message.empty() && static_cast<unsigned char>(message.back()) <= ' ') message.pop_back();
   std::string where;
-  if (info.m_line > 0) where = ":" + std::to_string(info.m_line);
-  if (info.m_line > 0 && info.m_column > 0) where += ":" + std::to_string(info.m_column);
+  if (info.m_line > 0) {
+    where += ':';
+    where += std::to_string(info.m_line);
+  }
+  if (info.m_line > 0 && info.m_column > 0) {
+    where += ':';
+    where += std::to_string(info.m_column);
+  }
   switch (info.m_code) {
     case lu::XmlValidationErrorInfo::k_documentInvalid:
       return doc + where + ": not valid against " + schema + (message.empty() ? "" : ": " + message);
