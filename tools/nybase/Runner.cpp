@@ -7,6 +7,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -27,11 +28,11 @@ class ProgressBar {
  public:
   ProgressBar(const char* command, size_t total)
       : m_command(command), m_total(total), m_enabled(::isatty(STDERR_FILENO) == 1),
-        m_start(Clock::now()) {}
+        m_start(Clock::now()), m_delay(DelayFromEnvironment()) {}
 
   void Draw(double done) {
     if (!m_enabled) return;
-    if (!m_visible && Clock::now() - m_start < std::chrono::milliseconds(500)) return;
+    if (!m_visible && Clock::now() - m_start < m_delay) return;
     m_visible = true;
     constexpr int k_width = 30;
     const double f = m_total == 0 ? 1.0 : std::clamp(done / static_cast<double>(m_total), 0.0, 1.0);
@@ -56,6 +57,15 @@ class ProgressBar {
   bool m_enabled;
   bool m_visible = false;
   Clock::time_point m_start;
+  std::chrono::milliseconds m_delay;
+
+  // NYBASE_PROGRESS_DELAY_MS overrides how long work runs before the bar appears (default 500).
+  static std::chrono::milliseconds DelayFromEnvironment() {
+    const char* text = std::getenv("NYBASE_PROGRESS_DELAY_MS");
+    unsigned long long ms = 500;
+    if (text != nullptr) ParseUnsigned(text, 3600000, ms);
+    return std::chrono::milliseconds(ms);
+  }
 };
 
 }  // namespace
