@@ -9,17 +9,24 @@
 #include <nybase/base/NyChannelConfig.h>
 #include <nybase/base/NyGuid.h>
 #include <nybase/base/NyResult.h>
+#include <nybase/base/VariantType.h>
 
 // Platform services.
 #include <nybase/platform/FileApi.h>
 #include <nybase/platform/LastError.h>
+#include <nybase/platform/Locale.h>
+#include <nybase/platform/ModuleHandle.h>
 #include <nybase/platform/NativePath.h>
+#include <nybase/platform/Resources.h>
+#include <nybase/platform/SystemTime.h>
 #include <nybase/platform/Utf.h>
 
 // Text.
 #include <nybase/text/BasicStringView.h>
 #include <nybase/text/AudioDisplayStrings.h>
 #include <nybase/text/CStdStr.h>
+#include <nybase/text/ConcatHelper.h>
+#include <nybase/text/StringHelp.h>
 
 // Files.
 #include <nybase/files/File.h>

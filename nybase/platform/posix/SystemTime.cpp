@@ -1,0 +1,30 @@
+// GetLocalTime on clock_gettime and localtime_r.
+#include <nybase/platform/SystemTime.h>
+
+#include <time.h>
+
+namespace lu::platform {
+
+void GetLocalTime(SYSTEMTIME* out) noexcept {
+  if (out == nullptr) return;
+  timespec ts{};
+  ::clock_gettime(CLOCK_REALTIME, &ts);
+  tm local{};
+  const time_t secs = ts.tv_sec;
+  if (::localtime_r(&secs, &local) == nullptr) {
+    // Outside what the C library can break down: report the epoch rather than garbage.
+    *out = SYSTEMTIME{1970, 1, 4, 1, 0, 0, 0, 0};
+    return;
+  }
+  out->wYear = static_cast<uint16_t>(local.tm_year + 1900);
+  out->wMonth = static_cast<uint16_t>(local.tm_mon + 1);
+  out->wDayOfWeek = static_cast<uint16_t>(local.tm_wday);
+  out->wDay = static_cast<uint16_t>(local.tm_mday);
+  out->wHour = static_cast<uint16_t>(local.tm_hour);
+  out->wMinute = static_cast<uint16_t>(local.tm_min);
+  // A leap second (60) is folded into 59, as the broken-down Windows time has no such second.
+  out->wSecond = static_cast<uint16_t>(local.tm_sec > 59 ? 59 : local.tm_sec);
+  out->wMilliseconds = static_cast<uint16_t>(ts.tv_nsec / 1000000);
+}
+
+}  // namespace lu::platform
