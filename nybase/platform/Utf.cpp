@@ -4,6 +4,10 @@
 #include <cstring>
 #include <limits>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include <nybase/platform/LastError.h>
 
 namespace lu::platform {
@@ -15,6 +19,45 @@ constexpr uint32_t k_replacement = 0xFFFD;
 inline bool IsHighSurrogate(uint32_t u) { return u >= 0xD800 && u <= 0xDBFF; }
 inline bool IsLowSurrogate(uint32_t u) { return u >= 0xDC00 && u <= 0xDFFF; }
 
+#if defined(__SSE2__)
+static_assert(sizeof(wchar_t) == 4, "the vector paths assume 32-bit wchar_t");
+
+// True when all four 32-bit lanes of v are below 0x80 (negative wchar_t values included: they
+// have high bits set).
+inline bool AllAscii32(__m128i v) {
+  const __m128i high = _mm_and_si128(v, _mm_set1_epi32(~0x7F));
+  return _mm_movemask_epi8(_mm_cmpeq_epi32(high, _mm_setzero_si128())) == 0xFFFF;
+}
+
+// Narrows 16 ASCII units at src to 16 bytes at dst; false (nothing written) when one is not ASCII.
+inline bool NarrowAscii16(const wchar_t* src, char* dst) {
+  const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+  const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 4));
+  const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 8));
+  const __m128i d = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 12));
+  if (!AllAscii32(_mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d)))) return false;
+  if (dst != nullptr) {
+    const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), bytes);
+  }
+  return true;
+}
+
+// Widens 16 ASCII bytes at src to 16 units at dst; false (nothing written) when one is not ASCII.
+inline bool WidenAscii16(const unsigned char* src, wchar_t* dst) {
+  const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+  if (_mm_movemask_epi8(v) != 0) return false;
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i lo = _mm_unpacklo_epi8(v, zero);
+  const __m128i hi = _mm_unpackhi_epi8(v, zero);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm_unpacklo_epi16(lo, zero));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 4), _mm_unpackhi_epi16(lo, zero));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 8), _mm_unpacklo_epi16(hi, zero));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 12), _mm_unpackhi_epi16(hi, zero));
+  return true;
+}
+#endif
+
 // Encodes UTF-16 units to UTF-8. With Write false only counts. Returns the byte count, or
 // SIZE_MAX when dst (capacity cap) is too small.
 template <bool Write>
@@ -22,7 +65,20 @@ size_t EncodeUtf8(const wchar_t* src, size_t len, char* dst, size_t cap) noexcep
   size_t out = 0;
   size_t i = 0;
   while (i < len) {
-    // ASCII fast path: copy a run of units below 0x80.
+    // ASCII fast path: sixteen units at a time where vectors exist, then a run of units below 0x80.
+#if defined(__SSE2__)
+    if constexpr (Write) {
+      while (len - i >= 16 && cap - out >= 16 && NarrowAscii16(src + i, dst + out)) {
+        i += 16;
+        out += 16;
+      }
+    } else {
+      while (len - i >= 16 && NarrowAscii16(src + i, nullptr)) {
+        i += 16;
+        out += 16;
+      }
+    }
+#endif
     if constexpr (Write) {
       size_t run = 0;
       const size_t room = cap - out;
@@ -131,8 +187,15 @@ size_t DecodeUtf8(const unsigned char* src, size_t len, wchar_t* dst, size_t cap
   size_t out = 0;
   size_t i = 0;
   while (i < len) {
-    // ASCII fast path: eight bytes at a time while no high bit is set.
+    // ASCII fast path: sixteen bytes at a time where vectors exist, then eight, while no high
+    // bit is set.
     if constexpr (Write) {
+#if defined(__SSE2__)
+      while (len - i >= 16 && cap - out >= 16 && WidenAscii16(src + i, dst + out)) {
+        i += 16;
+        out += 16;
+      }
+#endif
       while (i + 8 <= len && cap - out >= 8) {
         uint64_t chunk;
         std::memcpy(&chunk, src + i, 8);

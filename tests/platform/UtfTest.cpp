@@ -95,3 +95,35 @@ TEST(Utf, CountsAndBufferContract) {
   EXPECT_EQ(GetLastError(), k_errorInvalidParameter);
   EXPECT_EQ(MultiByteToWideChar(k_codePageUtf8, 0, nullptr, 3, w, 2), 0);
 }
+
+TEST(Utf, FastPathsHandOverAtEveryPosition) {
+  // One non-ASCII character at each position of a long ASCII text, through exact-size buffers,
+  // so that every block boundary of the bulk ASCII paths meets the character-by-character path.
+  const std::wstring specials[] = {L"\u00E9", L"\u2122", W16(u"\U0001F3B5"), std::wstring(1, 0xDC00)};
+  for (const std::wstring& special : specials) {
+    for (size_t pos = 0; pos <= 40; ++pos) {
+      std::wstring text;
+      for (size_t i = 0; i < 48; ++i) text.push_back(static_cast<wchar_t>(L'a' + i % 26));
+      text.insert(pos, special);
+      const int len = static_cast<int>(text.size());
+      const int bytes = WideCharToMultiByte(k_codePageUtf8, 0, text.data(), len, nullptr, 0);
+      std::string utf8(static_cast<size_t>(bytes), '\0');
+      ASSERT_EQ(WideCharToMultiByte(k_codePageUtf8, 0, text.data(), len, utf8.data(), bytes), bytes);
+      ASSERT_EQ(WideCharToMultiByte(k_codePageUtf8, 0, text.data(), len, utf8.data(), bytes - 1), 0) << pos;
+      ASSERT_EQ(Utf8LengthOfUtf16(text.data(), text.size()), static_cast<size_t>(bytes));
+
+      const std::wstring expected = special[0] == 0xDC00 ? std::wstring(text).replace(pos, 1, L"\uFFFD") : text;
+      std::wstring back(text.size(), L'\0');
+      const int units = MultiByteToWideChar(k_codePageUtf8, 0, utf8.data(), bytes, back.data(), len);
+      ASSERT_EQ(units, len) << pos;
+      EXPECT_EQ(back, expected) << pos;
+      EXPECT_EQ(MultiByteToWideChar(k_codePageUtf8, 0, utf8.data(), bytes, back.data(), len - 1), 0) << pos;
+      EXPECT_EQ(Utf16ToUtf8(text.data(), text.size()), utf8);
+      EXPECT_EQ(Utf8ToUtf16(utf8.data(), utf8.size()), expected);
+    }
+  }
+  // Negative and out-of-range wchar_t values are not ASCII even in the bulk path.
+  std::wstring odd(32, L'x');
+  odd[20] = static_cast<wchar_t>(-65);
+  EXPECT_EQ(Utf16ToUtf8(odd.data(), odd.size()), std::string(20, 'x') + "\xEF\xBF\xBD" + std::string(11, 'x'));
+}
