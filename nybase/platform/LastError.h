@@ -25,6 +25,7 @@ inline constexpr uint32_t k_errorDirNotEmpty = 145;
 inline constexpr uint32_t k_errorAlreadyExists = 183;
 inline constexpr uint32_t k_errorFilenameTooLong = 206;
 inline constexpr uint32_t k_waitTimeout = 258;
+inline constexpr uint32_t k_errorInvalidFlags = 1004;
 inline constexpr uint32_t k_errorNoUnicodeTranslation = 1113;
 inline constexpr uint32_t k_errorNoSystemResources = 1450;
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include <nybase/platform/LastError.h>
 #include <nybase/platform/SystemTime.h>
 
 namespace lu::platform {
@@ -28,9 +29,6 @@ struct NUMBERFMTW {
   wchar_t* lpThousandSep;
   uint32_t NegativeOrder;  // 0 "(1.1)", 1 "-1.1", 2 "- 1.1", 3 "1.1-", 4 "1.1 -"
 };
-
-// Window error numbers of these calls beyond LastError.h.
-inline constexpr uint32_t k_errorInvalidFlags = 1004;
 
 // Formats the number text value (only digits, at most one ".", a "-" in front; at least one
 // digit) with the explicit format, or with the user's conventions when format is null. The value

@@ -257,6 +257,50 @@ bool CheckArgs(unsigned codePage, const C* src, int srcLen, const void* dst, int
   return true;
 }
 
+// True when the UTF-16 units hold no lone surrogate and no value beyond U+10FFFF.
+bool IsValidUtf16(const wchar_t* src, size_t len) noexcept {
+  for (size_t i = 0; i < len; ++i) {
+    const auto u = static_cast<uint32_t>(src[i]);
+    if (u < 0xD800) continue;
+    if (IsHighSurrogate(u) && i + 1 < len && IsLowSurrogate(static_cast<uint32_t>(src[i + 1]))) {
+      ++i;
+    } else if (IsHighSurrogate(u) || IsLowSurrogate(u) || u > 0x10FFFF) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// True when the bytes are well-formed UTF-8 (an encoded U+FFFD is well-formed; a replacement for
+// an ill-formed sequence is told apart by its length and lead byte).
+bool IsValidUtf8(const unsigned char* src, size_t len) noexcept {
+  for (size_t i = 0; i < len;) {
+    if (src[i] < 0x80) {
+      ++i;
+      continue;
+    }
+    uint32_t cp;
+    const size_t used = DecodeOne(src + i, len - i, cp);
+    if (cp == k_replacement && !(used == 3 && src[i] == 0xEF)) return false;
+    i += used;
+  }
+  return true;
+}
+
+// Flags: 0, or the one that turns ill-formed input into a failure; anything else is refused.
+bool CheckFlags(uint32_t flags, uint32_t strictFlag) noexcept {
+  if ((flags & ~strictFlag) != 0) {
+    SetLastError(k_errorInvalidFlags);
+    return false;
+  }
+  return true;
+}
+
+bool RefuseIllFormed() noexcept {
+  SetLastError(k_errorNoUnicodeTranslation);
+  return false;
+}
+
 int Finish(size_t n) noexcept {
   if (n == std::numeric_limits<size_t>::max()) {
     SetLastError(k_errorInsufficientBuffer);
@@ -271,24 +315,26 @@ int Finish(size_t n) noexcept {
 
 }  // namespace
 
-int WideCharToMultiByte(unsigned codePage, uint32_t /*flags*/, const wchar_t* src, int srcLen, char* dst,
-                        int dstCap, const char* /*defaultChar*/, int* usedDefaultChar) noexcept {
-  if (usedDefaultChar != nullptr) {
+int WideCharToMultiByte(unsigned codePage, uint32_t flags, const wchar_t* src, int srcLen, char* dst,
+                        int dstCap, const char* defaultChar, int* usedDefaultChar) noexcept {
+  if (defaultChar != nullptr || usedDefaultChar != nullptr) {
     // Code page 65001 does not support the default-character arguments.
     SetLastError(k_errorInvalidParameter);
     return 0;
   }
   size_t len;
-  if (!CheckArgs(codePage, src, srcLen, dst, dstCap, len)) return 0;
+  if (!CheckArgs(codePage, src, srcLen, dst, dstCap, len) || !CheckFlags(flags, k_wcErrInvalidChars)) return 0;
+  if ((flags & k_wcErrInvalidChars) != 0 && !IsValidUtf16(src, len)) return RefuseIllFormed();
   if (dstCap == 0) return Finish(EncodeUtf8<false>(src, len, nullptr, 0));
   return Finish(EncodeUtf8<true>(src, len, dst, static_cast<size_t>(dstCap)));
 }
 
-int MultiByteToWideChar(unsigned codePage, uint32_t /*flags*/, const char* src, int srcLen, wchar_t* dst,
+int MultiByteToWideChar(unsigned codePage, uint32_t flags, const char* src, int srcLen, wchar_t* dst,
                         int dstCap) noexcept {
   size_t len;
-  if (!CheckArgs(codePage, src, srcLen, dst, dstCap, len)) return 0;
+  if (!CheckArgs(codePage, src, srcLen, dst, dstCap, len) || !CheckFlags(flags, k_mbErrInvalidChars)) return 0;
   const auto* s = reinterpret_cast<const unsigned char*>(src);
+  if ((flags & k_mbErrInvalidChars) != 0 && !IsValidUtf8(s, len)) return RefuseIllFormed();
   if (dstCap == 0) return Finish(DecodeUtf8<false>(s, len, nullptr, 0));
   return Finish(DecodeUtf8<true>(s, len, dst, static_cast<size_t>(dstCap)));
 }

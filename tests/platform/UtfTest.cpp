@@ -127,3 +127,43 @@ TEST(Utf, FastPathsHandOverAtEveryPosition) {
   odd[20] = static_cast<wchar_t>(-65);
   EXPECT_EQ(Utf16ToUtf8(odd.data(), odd.size()), std::string(20, 'x') + "\xEF\xBF\xBD" + std::string(11, 'x'));
 }
+
+TEST(Utf, StrictFlagsRefuseIllFormedInputAndOtherFlagsAreRefused) {
+  wchar_t w[16];
+  char n[16];
+  struct Bytes {
+    std::string in;
+    bool wellFormed;
+  };
+  const Bytes utf8[] = {{"abc", true},         {"\xEF\xBF\xBD", true},  {"\xF0\x9F\x8E\xB5", true},
+                        {"a\x80", false},      {"\xC0\xAF", false},     {"\xED\xA0\x80", false},
+                        {"\xE2\x84", false},   {"\xF4\x90\x80\x80", false}};
+  for (const Bytes& b : utf8) {
+    SetLastError(0);
+    const int r = MultiByteToWideChar(k_codePageUtf8, k_mbErrInvalidChars, b.in.data(), static_cast<int>(b.in.size()), w, 16);
+    EXPECT_EQ(r != 0, b.wellFormed) << b.in;
+    EXPECT_EQ(GetLastError(), b.wellFormed ? 0u : k_errorNoUnicodeTranslation) << b.in;
+  }
+  struct Units {
+    std::wstring in;
+    bool wellFormed;
+  };
+  const Units utf16[] = {{L"abc", true},
+                         {W16(u"\U0001F3B5"), true},
+                         {std::wstring(1, 0xD800), false},
+                         {std::wstring(1, 0xDC00) + L"x", false},
+                         {std::wstring{wchar_t(0xDC00), wchar_t(0xD800)}, false},
+                         {std::wstring(1, static_cast<wchar_t>(0x110000)), false}};
+  for (const Units& u : utf16) {
+    SetLastError(0);
+    const int r = WideCharToMultiByte(k_codePageUtf8, k_wcErrInvalidChars, u.in.data(), static_cast<int>(u.in.size()), n, 16);
+    EXPECT_EQ(r != 0, u.wellFormed);
+    EXPECT_EQ(GetLastError(), u.wellFormed ? 0u : k_errorNoUnicodeTranslation);
+  }
+  EXPECT_EQ(MultiByteToWideChar(k_codePageUtf8, 0x1, "abc", 3, w, 16), 0);
+  EXPECT_EQ(GetLastError(), k_errorInvalidFlags);
+  EXPECT_EQ(WideCharToMultiByte(k_codePageUtf8, 0x400, L"abc", 3, n, 16), 0);
+  EXPECT_EQ(GetLastError(), k_errorInvalidFlags);
+  EXPECT_EQ(WideCharToMultiByte(k_codePageUtf8, 0, L"abc", 3, n, 16, "?"), 0);
+  EXPECT_EQ(GetLastError(), k_errorInvalidParameter);
+}
