@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
 #include <nybase/base/NyGuid.h>
@@ -79,6 +80,23 @@ NYBASE_STRINGHELP_PARSER(StringToDouble, double)
 NYBASE_STRINGHELP_PARSER(StringToBool, bool)
 NYBASE_STRINGHELP_PARSER(HexStringToUInt32, uint32_t)
 #undef NYBASE_STRINGHELP_PARSER
+
+// The 64-bit parsers also fill a long long / unsigned long long where that is a type of its own
+// (int64_t is long on LP64 systems), so callers may use either spelling.
+#define NYBASE_STRINGHELP_PARSER_LL(Name, T, Fixed, CT)                                     \
+  template <typename U>                                                                     \
+    requires(std::is_same_v<U, T> && !std::is_same_v<T, Fixed>)                             \
+  bool Name(lu::BasicStringView<CT> s, U& value) {                                          \
+    Fixed v;                                                                                \
+    if (!Name<CT>(s, v)) return false;                                                      \
+    value = static_cast<U>(v);                                                              \
+    return true;                                                                            \
+  }
+NYBASE_STRINGHELP_PARSER_LL(StringToInt64, long long, int64_t, char)
+NYBASE_STRINGHELP_PARSER_LL(StringToInt64, long long, int64_t, wchar_t)
+NYBASE_STRINGHELP_PARSER_LL(StringToUInt64, unsigned long long, uint64_t, char)
+NYBASE_STRINGHELP_PARSER_LL(StringToUInt64, unsigned long long, uint64_t, wchar_t)
+#undef NYBASE_STRINGHELP_PARSER_LL
 inline bool IsAllDigit(lu::BasicStringView<char> s) { return IsAllDigit<char>(s); }
 inline bool IsAllDigit(lu::BasicStringView<wchar_t> s) { return IsAllDigit<wchar_t>(s); }
 

@@ -198,4 +198,12 @@ TEST(StringHelpParse, TemplateFormsMatchTheOverloads) {
   EXPECT_EQ(a, 12);
   EXPECT_TRUE(StringHelp::StringToInt32<char>(lu::BasicStringView<char>("-3"), a));
   EXPECT_EQ(a, -3);
+  long long ll = 1;
+  unsigned long long ull = 1;
+  EXPECT_TRUE(StringHelp::StringToInt64(L"-9223372036854775808", ll));
+  EXPECT_EQ(ll, INT64_MIN);
+  EXPECT_FALSE(StringHelp::StringToUInt64("-1", ull));
+  EXPECT_EQ(ull, 1u);
+  EXPECT_TRUE(StringHelp::StringToUInt64(CStdStr<wchar_t>(L"18446744073709551615"), ull));
+  EXPECT_EQ(ull, UINT64_MAX);
 }
