@@ -13,6 +13,8 @@ bool NySmplChunk::Init(const lu::File& file, NyFormatChunkBase* previous) {
   const bool found = NyFormatChunkBase::Init(file, previous);
   m_valid = false;
   if (!found) return false;
+  // A chunk too short for the record and one loop is not read into the next chunk's bytes.
+  if (m_header.ckSize < k_oneLoopSize) return false;
   // Deliberately not swapped in a big-endian file: the records are kept as they stand.
   if (ReadData(&m_sampler, sizeof(m_sampler), 0) != sizeof(m_sampler)) return false;
   if (m_sampler.cSampleLoops == 0) return false;
