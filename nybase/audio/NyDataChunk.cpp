@@ -26,7 +26,8 @@ NyFormatChunkBase::ErrorCode NyDataChunk::WriteToFile(const lu::File& file, bool
   }
   if (!WriteChunkHeader(file, swap)) return ErrorCode_Failure;
   const int64_t newDataOffset = file.SetFilePointer(0, lu::FilePointerCurrent);
-  if (newDataOffset < 0) return ErrorCode_Failure;
+  // Asking for the position pushes the buffered header out, so this is where a full disk shows first.
+  if (newDataOffset < 0) return PayloadWriteError();
   if (size == 0) return ErrorCode_Success;
   unsigned char block[k_copyBlock];
   unsigned int copied = 0;
