@@ -30,7 +30,8 @@ bool NyFormatChunkBase::Init(const lu::File& file, NyFormatChunkBase* previous) 
       m_valid = true;
     }
     uint32_t next = offset + 8 + header.ckSize;
-    if (next < offset) return false;
+    // A size that wraps back to this very offset would scan forever: it ends the scan too.
+    if (next <= offset) return false;
     if (header.ckSize & 1) {
       // A missing pad byte is tolerated: the pad counts only when it is there and is zero.
       if (m_pFile->SetFilePointer(next, lu::FilePointerBegin) < 0) return false;

@@ -129,7 +129,8 @@ TEST(ChunkJunk, SizesAlignTheNextPayload) {
   TempDir dir;
   for (unsigned offset = 0; offset < 48; ++offset) {
     lu::File out = CreateOutput(dir, "junk.bin");
-    ASSERT_TRUE(out.WriteExact(Bytes(offset, 0xAA).data(), offset) || offset == 0);
+    const Bytes lead(offset + 1, 0xAA);
+    ASSERT_TRUE(out.WriteExact(lead.data(), offset));
     NyJunkChunk junk(16);
     ASSERT_TRUE(junk.Init(out, nullptr));
     out.SetFilePointer(offset, lu::FilePointerBegin);  // the scan moved the shared position
@@ -322,6 +323,7 @@ TEST(ChunkBadInput, OpenRefusesOrBoundsAndNeverWrites) {
   Bytes hugeCount = Riff(Concat({fmt, Chunk("cue ", Concat({Bytes{0xFF, 0xFF, 0xFF, 0x7F}, CueRecord(1, 5, 0, 0)})), data}));
   Bytes cuePastEnd = Riff(Concat({fmt, data, Header("cue ", 0x7FFFFFF0), Bytes{3, 0, 0, 0}, CueRecord(1, 5, 0, 0)}));
   Bytes wrapping = Riff(Concat({Chunk("JUNK", Bytes(4)), Header("big ", 0xFFFFFFF0), fmt, data}));
+  Bytes selfLoop = Riff(Concat({Header("loop", 0xFFFFFFF8), fmt, data}));
   Bytes labelPastEnd = Riff(Concat({fmt, data, Chunk("LIST", Concat({Bytes{'a', 'd', 't', 'l'}, Header("labl", 0x7FFFFFFF), Bytes{1, 0, 0, 0, 'h', 'i'}}))}));
   Bytes admPastEnd = Riff(Concat({fmt, data, Header("nydm", 0x7FFFFFFF), Bytes(10, 1)}));
   Bytes smplShort = Riff(Concat({fmt, data, Header("smpl", 60), Bytes(20, 0)}));
@@ -341,6 +343,7 @@ TEST(ChunkBadInput, OpenRefusesOrBoundsAndNeverWrites) {
       {"truncated fmt", truncatedFmt, false, 0, 0, false, false},
       {"no data", Riff(fmt), false, 0, 0, false, false},
       {"size wraps the scan", wrapping, false, 0, 0, false, false},
+      {"size wraps onto itself", selfLoop, false, 0, 0, false, false},
       {"cue count beyond its chunk", hugeCount, true, 1, 0, false, false},
       {"cue chunk beyond the file", cuePastEnd, true, 1, 0, false, false},
       {"label beyond its chunk", labelPastEnd, true, 0, 1, false, false},
