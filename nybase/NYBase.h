@@ -42,10 +42,23 @@
 // Audio.
 #include <nybase/audio/IDataDecipher.h>
 #include <nybase/audio/NyAudioFileReader.h>
+#include <nybase/audio/NyADMChunk.h>
 #include <nybase/audio/NyChannelOrdering.h>
+#include <nybase/audio/NyCueChunk.h>
+#include <nybase/audio/NyDataChunk.h>
+#include <nybase/audio/NyFmtChunk.h>
+#include <nybase/audio/NyFormatChunkBase.h>
+#include <nybase/audio/NyHashChunk.h>
+#include <nybase/audio/NyJunkChunk.h>
+#include <nybase/audio/NyListChunk.h>
+#include <nybase/audio/NyRiffChunk.h>
+#include <nybase/audio/NySmplChunk.h>
+#include <nybase/audio/NyWAVStructs.h>
+#include <nybase/audio/NyWavFile.h>
 #include <nybase/audio/NyWavFileReader.h>
 #include <nybase/audio/NyWaveMarker.h>
 #include <nybase/audio/RiffChunks.h>
+#include <nybase/audio/WavByteSwapHelpers.h>
 #include <nybase/audio/WaveFormat.h>
 
 // Analysis.
