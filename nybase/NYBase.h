@@ -40,9 +40,12 @@
 #include <nybase/documents/XmlValidation.h>
 
 // Audio.
+#include <nybase/audio/ChnaRecords.h>
 #include <nybase/audio/IDataDecipher.h>
+#include <nybase/audio/NyADM.h>
 #include <nybase/audio/NyAudioFileReader.h>
 #include <nybase/audio/NyADMChunk.h>
+#include <nybase/audio/NyDM.h>
 #include <nybase/audio/NyChannelOrdering.h>
 #include <nybase/audio/NyCueChunk.h>
 #include <nybase/audio/NyDataChunk.h>

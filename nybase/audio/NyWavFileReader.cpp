@@ -4,6 +4,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
+
+#include <nybase/audio/NyADM.h>
 
 #include "internal/WaveFormatRules.h"
 
@@ -424,39 +427,49 @@ bool NyWavFileReader::ReadChunk_HASH(const RIFFHEADER& header) {
 }
 
 bool NyWavFileReader::ReadChunk_AXML(const RIFFHEADER& header) {
-  // Hand-off point for ADM metadata: the XML text goes to the ADM model, which creates m_pADM.
-  // Until that model is part of the library the payload is consumed; a payload that runs past the
-  // end of the file fails, as its read would.
-  const long long here = m_file.SetFilePointer(0, lu::FilePointerCurrent);
-  if (here < 0 || static_cast<unsigned long long>(here) + header.ckSize > m_file.GetFileSize()) {
-    return false;
-  }
-  return SkipBytes(header.ckSize);
+  // The whole payload must be in the file before a buffer of its size is made.
+  if (!PayloadFits(header.ckSize)) return false;
+  std::unique_ptr<char[]> text(new (std::nothrow) char[size_t(header.ckSize) + 1]);
+  if (!text) return false;
+  unsigned int done = 0;
+  if (!m_file.Read(text.get(), header.ckSize, done) || done != header.ckSize) return false;
+  text[header.ckSize] = '\0';
+  EnsureADM();
+  return m_pADM->FromAXML(text.get());
 }
 
 bool NyWavFileReader::ReadChunk_CHNA(const RIFFHEADER& header) {
-  // Hand-off point for ADM metadata: the track table goes to the ADM model. The counts and the
-  // whole 40-byte records are consumed; a remainder after them is deliberately left unread.
-  uint16_t counts[2];
+  CHNA counts;
   unsigned int done = 0;
-  if (!m_file.Read(counts, sizeof(counts), done) || done != sizeof(counts)) return false;
-  const unsigned long long records = header.ckSize >= 44 ? (header.ckSize - 4ull) / 40 : 0;
+  if (!m_file.Read(&counts, sizeof(counts), done) || done != sizeof(counts)) return false;
+  // The number of records comes from the size; a remainder after the whole records is
+  // deliberately left unread.
+  const unsigned int records = header.ckSize >= 44 ? (header.ckSize - 4u) / sizeof(CHNA_AUDIOID) : 0;
+  if (!PayloadFits(static_cast<unsigned long long>(records) * sizeof(CHNA_AUDIOID))) return false;
+  std::vector<CHNA_AUDIOID> ids(records);
+  const unsigned int bytes = records * static_cast<unsigned int>(sizeof(CHNA_AUDIOID));
+  if (bytes != 0 && (!m_file.Read(ids.data(), bytes, done) || done != bytes)) return false;
+  EnsureADM();
+  return m_pADM->FromCHNA(&counts, ids.data(), records);
+}
+
+bool NyWavFileReader::PayloadFits(unsigned long long size) const {
   const long long here = m_file.SetFilePointer(0, lu::FilePointerCurrent);
-  if (here < 0 || static_cast<unsigned long long>(here) + records * 40 > m_file.GetFileSize()) {
-    return false;
-  }
-  return SkipBytes(static_cast<long long>(records * 40));
+  return here >= 0 && static_cast<unsigned long long>(here) + size <= m_file.GetFileSize();
+}
+
+void NyWavFileReader::EnsureADM() {
+  if (!m_pADM) m_pADM = ADMOwner(new NyADM(), [](NyADM* adm) { delete adm; });
 }
 
 bool NyWavFileReader::ReadOptionalChunk(const RIFFHEADER& header, unsigned int& /*flags*/) {
   return SkipBytes(header.ckSize);
 }
 
-bool NyWavFileReader::GetADMChannelTargets(unsigned int /*count*/,
-                                           std::vector<uint8_t>& /*targets*/) const {
-  // The ADM route starts here once the ADM model can answer for its channels; without a model the
-  // reader keeps the identity route.
-  return false;
+bool NyWavFileReader::GetADMChannelTargets(unsigned int count, std::vector<uint8_t>& targets) const {
+  if (!m_pADM) return false;
+  m_pADM->GetChannelTargets(targets, static_cast<unsigned char>(count));
+  return true;
 }
 
 double NyWavFileReader::GetDuration() const {

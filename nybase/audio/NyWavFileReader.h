@@ -81,8 +81,8 @@ class NyWavFileReader : public NyAudioFileReader {
   bool ReadChunk_LIST(const RIFFHEADER& header);
   bool ReadChunk_SMPL(const RIFFHEADER& header);
   bool ReadChunk_HASH(const RIFFHEADER& header);
-  // ADM metadata: the payloads of axml and chna go to the ADM model. Until that model is part of
-  // the library these consume the payload and succeed; m_pADM then stays null.
+  // ADM metadata: the payload of axml or chna goes to the NyADM, created at the first of them.
+  // False on a short read or when NyADM::FromAXML fails.
   bool ReadChunk_AXML(const RIFFHEADER& header);
   bool ReadChunk_CHNA(const RIFFHEADER& header);
   // Finds the marker with this identifier, or appends a zeroed one with it.
@@ -126,6 +126,9 @@ class NyWavFileReader : public NyAudioFileReader {
   bool ReadChunk_DATA(const RIFFHEADER& header);
   void SetupDecryption();
   bool SkipBytes(long long count);
+  // True when size more bytes from the current position are inside the file.
+  bool PayloadFits(unsigned long long size) const;
+  void EnsureADM();
   // Fills targets with the destination channel of each of count source channels from the ADM
   // model; false when there is no model (the identity route applies).
   bool GetADMChannelTargets(unsigned int count, std::vector<uint8_t>& targets) const;

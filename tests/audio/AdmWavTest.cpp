@@ -1,0 +1,158 @@
+// ADM through the WAV reader: BW64 files with axml and chna, the ADM channel route, and files
+// whose ADM chunks are damaged.
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include <nybase/audio/NyADM.h>
+#include <nybase/audio/NyWavFileReader.h>
+
+#include "AdmTestDocs.h"
+
+using namespace nytest;
+
+namespace {
+
+constexpr unsigned int k_frames = 5;
+
+// Six channels of 16-bit PCM where every sample names its channel: (c + 1) x 1024 + frame.
+Bytes SixChannelData() {
+  Bytes data;
+  for (unsigned int f = 0; f < k_frames; ++f) {
+    for (unsigned int c = 0; c < 6; ++c) PutU16(data, uint16_t((c + 1) * 1024 + f));
+  }
+  return data;
+}
+
+Bytes Axml(const std::string& xml) { return Chunk("axml", Bytes(xml.begin(), xml.end())); }
+
+class AdmWav : public ::testing::Test {
+ protected:
+  TempDir m_dir;
+  int m_serial = 0;
+
+  std::unique_ptr<NyWavFileReader> Open(const Bytes& body, const char (&magic)[5] = "BW64") {
+    const std::string name = "adm" + std::to_string(m_serial++) + ".wav";
+    WriteFileBytes(m_dir.Native(name), Riff(body, magic));
+    auto reader = std::make_unique<NyWavFileReader>();
+    EXPECT_TRUE(reader->Open(lu::Path(m_dir.Wide(name))));
+    return reader;
+  }
+};
+
+const Bytes k_fmt51 = Chunk("fmt ", FmtPayload(1, 6, 48000, 16));
+
+}  // namespace
+
+TEST_F(AdmWav, TheAdmRouteDeliversTheBedInSpeakerOrderWhicheverChunkComesFirst) {
+  const Bytes axml = Axml(WrapAxml(BedElements(k_bed51)));
+  const Bytes chna = Chunk("chna", ChnaPayload(BedChnaRows(6), 6, 6));
+  const Bytes data = Chunk("data", SixChannelData());
+  const struct {
+    Bytes body;
+    size_t trackUIDs;
+  } files[] = {
+      {Concat({k_fmt51, axml, chna, data}), 12},  // chna after axml: entries beside the XML's
+      {Concat({k_fmt51, chna, axml, data}), 6},   // chna first: completed by the XML
+      {Concat({k_fmt51, data, chna, axml}), 6},   // metadata after the samples
+  };
+  // Output channel d holds file channel source[d]: L R C Ls Rs, then the LFE.
+  const unsigned int source[6] = {0, 1, 2, 4, 5, 3};
+  for (size_t i = 0; i < std::size(files); ++i) {
+    auto reader = Open(files[i].body);
+    ASSERT_TRUE(reader->ReadChunks(~0u)) << i;
+    EXPECT_EQ(reader->ChunksRead() & (ChunkFlag_Axml | ChunkFlag_Chna), ChunkFlag_Axml | ChunkFlag_Chna);
+    const NyADM* adm = reader->GetADM();
+    ASSERT_NE(adm, nullptr);
+    EXPECT_EQ(adm->GetObjects().size(), 1u);
+    EXPECT_EQ(adm->GetTrackUIDs().size(), files[i].trackUIDs) << i;
+
+    std::vector<float> out(k_frames * 6, -9.0f);
+    ASSERT_TRUE(reader->SeekToAudioFrame(0));
+    ASSERT_EQ(reader->ReadPCMDataAsFloat32(k_frames, out.data()), k_frames);
+    std::vector<float> planar(k_frames * 6, -9.0f);
+    ASSERT_TRUE(reader->SeekToAudioFrame(0));
+    ASSERT_EQ(reader->ReadPCMDataAsFloat32(k_frames, reader->GetFormat().channelConfig, NY::ChannelOrdering_Native,
+                                           planar.data(), false),
+              k_frames);
+    for (unsigned int f = 0; f < k_frames; ++f) {
+      for (unsigned int d = 0; d < 6; ++d) {
+        const float expected = float((source[d] + 1) * 1024 + f) / 32768.0f;
+        EXPECT_EQ(out[f * 6 + d], expected) << "file " << i << " frame " << f << " channel " << d;
+        EXPECT_EQ(planar[d * k_frames + f], expected) << "file " << i << " frame " << f << " channel " << d;
+      }
+    }
+  }
+}
+
+TEST_F(AdmWav, WithoutMultichannelObjectsOrWithoutAdmTheOrderStays) {
+  const Bytes data = Chunk("data", SixChannelData());
+  const Bytes singles = Axml(WrapAxml("<audioObject audioObjectID=\"AO_1\" audioObjectName=\"a\">"
+                                      "<audioTrackUIDRef>ATU_00000001</audioTrackUIDRef></audioObject>"));
+  for (const Bytes& body : {Concat({k_fmt51, singles, data}), Concat({k_fmt51, data})}) {
+    auto reader = Open(body);
+    ASSERT_TRUE(reader->ReadChunks(~0u));
+    std::vector<float> out(k_frames * 6);
+    reader->SeekToAudioFrame(0);
+    ASSERT_EQ(reader->ReadPCMDataAsFloat32(k_frames, out.data()), k_frames);
+    for (unsigned int c = 0; c < 6; ++c) EXPECT_EQ(out[6 + c], float((c + 1) * 1024 + 1) / 32768.0f);
+  }
+}
+
+TEST_F(AdmWav, DamagedAdmChunks) {
+  const Bytes data = Chunk("data", SixChannelData());
+  const std::string good = WrapAxml(BedElements(k_bed51));
+  Bytes absurd = ChnaPayload(BedChnaRows(2), 65535, 65535);
+  absurd.push_back(1);  // a remainder shorter than a record
+  Bytes wrongLengths = ChnaPayload({{1, "ATU_1", "AT_1", "AP_1"}, {2, "ATU_0000000002", "", ""}}, 2, 2);
+  const struct {
+    const char* what;
+    Bytes body;
+    bool ok;
+    bool hasADM;
+  } cases[] = {
+      {"malformed XML", Concat({k_fmt51, Axml("<ebuCoreMain><format><audioFormatExtended><audioObject"), data}),
+       false, true},
+      {"no audioFormatExtended", Concat({k_fmt51, Axml("<ebuCoreMain/>"), data}), false, true},
+      {"missing object name",
+       Concat({k_fmt51, Axml(WrapAxml("<audioObject audioObjectID=\"AO_1\"/>")), data}), false, true},
+      {"unknown elements", Concat({k_fmt51, Axml(WrapAxml("<x><y/></x><audioSomething a=\"1\"/>")), data}), true,
+       true},
+      {"XML with a NUL inside", Concat({k_fmt51, Axml(good.substr(0, 20) + std::string(1, '\0') + good), data}),
+       false, true},
+      {"axml beyond the file", Concat({k_fmt51, data, Header("axml", 1u << 30), Bytes{'<', 'a'}}), false, false},
+      {"axml of size 0", Concat({k_fmt51, Chunk("axml", {}), data}), false, true},
+      // A remainder after the whole records is left unread, so these chunks come last.
+      {"chna counts ignored", Concat({k_fmt51, data, Chunk("chna", absurd)}), true, true},
+      {"chna shorter than a record", Concat({k_fmt51, data, Chunk("chna", Bytes(30, 'A'))}), true, true},
+      {"chna counts cut short", Concat({k_fmt51, data, Header("chna", 3), Bytes{1, 2, 3}}), false, false},
+      {"chna records beyond the file", Concat({k_fmt51, data, Header("chna", 4 + 40 * 1000), Bytes(44)}), false,
+       false},
+      {"UIDs of wrong length", Concat({k_fmt51, Chunk("chna", wrongLengths), data}), true, true},
+  };
+  for (const auto& c : cases) {
+    auto reader = Open(c.body);
+    EXPECT_EQ(reader->ReadChunks(~0u), c.ok) << c.what;
+    EXPECT_EQ(reader->GetADM() != nullptr, c.hasADM) << c.what;
+    if (reader->GetADM() == nullptr) continue;
+    // Whatever was read, the derived views stay within their inputs.
+    std::vector<unsigned char> targets;
+    reader->GetADM()->GetChannelTargets(targets, 6);
+    EXPECT_EQ(targets.size(), 6u);
+    NyDM dm;
+    std::vector<NyDMObject> objects;
+    std::vector<NyDMPos> positions;
+    std::vector<char> names;
+    EXPECT_TRUE(reader->GetADM()->ToNyDM(dm, objects, positions, names));
+  }
+}
+
+TEST_F(AdmWav, AbsurdChnaSizesReadOnlyTheWholeRecords) {
+  Bytes payload = ChnaPayload(BedChnaRows(3), 1, 1);
+  payload.insert(payload.end(), 39, 'x');  // not a whole record: left unread
+  auto reader = Open(Concat({k_fmt51, Chunk("data", SixChannelData()), Chunk("chna", payload)}));
+  EXPECT_TRUE(reader->ReadChunks(~0u));
+  ASSERT_NE(reader->GetADM(), nullptr);
+  EXPECT_EQ(reader->GetADM()->GetTrackUIDs().size(), 3u);
+  EXPECT_EQ(reader->GetADM()->GetTrackUIDs()[2].trackIndex, 3u);
+}
