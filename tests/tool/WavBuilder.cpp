@@ -71,6 +71,12 @@ std::vector<uint8_t> BuildWav(const TestWav& wav) {
     Chunk(body, "smpl", smpl);
   }
   if (!wav.hash.empty()) Chunk(body, "hash", wav.hash);
+  for (const auto& [id, payload] : wav.extraChunks) {
+    body.insert(body.end(), id.begin(), id.begin() + 4);
+    PutU32(body, static_cast<uint32_t>(payload.size()));
+    body.insert(body.end(), payload.begin(), payload.end());
+    if (payload.size() % 2 != 0) body.push_back(0);
+  }
 
   std::vector<uint8_t> file;
   PutFourCC(file, "RIFF");

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace nytest {
@@ -22,6 +23,8 @@ struct TestWav {
   bool loop = false;
   uint32_t loopStart = 0, loopEnd = 0;
   std::vector<uint8_t> hash;  // 16 bytes, or empty for no hash chunk
+  // Further chunks written as they are after the others: four-character code and payload.
+  std::vector<std::pair<std::string, std::vector<uint8_t>>> extraChunks;
 };
 
 std::vector<uint8_t> BuildWav(const TestWav& wav);

@@ -1,4 +1,5 @@
 // nybase onsets: onset times of WAV files, optionally written back as labelled cue markers.
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -8,6 +9,7 @@
 
 #include "AudioInput.h"
 #include "Commands.h"
+#include "CueWriter.h"
 #include "Json.h"
 #include "Runner.h"
 
@@ -20,6 +22,7 @@ struct Found {
   double duration = 0;
   bool analysed = false;  // false when the file is too short to analyse
   std::vector<double> times;
+  std::string cuesWritten;  // the file the cue markers went to, if any
 };
 
 // The shortest source the detector analyses: one hop (a hundredth of a second) plus a window.
@@ -34,6 +37,7 @@ std::string AsText(const std::string& file, const Found& f, double sensitivity) 
     s = file + ": too short to analyse (" + std::to_string(f.frames) + " frames, at least " +
         std::to_string(MinimumFrames(f.sampleRate)) + " needed)\n";
   }
+  if (!f.cuesWritten.empty()) s += "  cue markers written to " + f.cuesWritten + "\n";
   for (size_t i = 0; i < f.times.size(); ++i) {
     char line[96];
     std::snprintf(line, sizeof line, "  %4zu  %10.4f s  frame %lld\n", i + 1, f.times[i],
@@ -48,6 +52,8 @@ std::string AsJson(const std::string& file, const Found& f, double sensitivity) 
   j.BeginObject().Field("file", file).Field("ok", true).Field("sampleRate", f.sampleRate)
       .Field("frames", f.frames).Field("duration", f.duration).Field("sensitivity", sensitivity)
       .Field("analysed", f.analysed);
+  j.Key("cuesWritten");
+  if (f.cuesWritten.empty()) j.Null(); else j.String(f.cuesWritten);
   j.Key("onsets").BeginArray();
   for (double t : f.times) {
     j.BeginObject().Field("time", t).Field("frame", static_cast<int64_t>(std::llround(t * f.sampleRate))).EndObject();
@@ -100,9 +106,8 @@ int RunOnsets(int argc, char** argv) {
   if (args.Has("write-cues") && args.Positional().size() != 1) {
     return UsageError(spec, "--write-cues takes exactly one FILE");
   }
-  if (args.Has("write-cues") || args.Has("in-place")) {
-    return NotAvailable(spec, "writing cue markers needs the chunk classes, which are not built yet");
-  }
+  const auto cuesTo = args.Value("write-cues");
+  const bool inPlace = args.Has("in-place");
   const bool json = args.Has("json");
   const auto& files = args.Positional();
   const size_t failed = RunInOrder(spec.name, files.size(), jobs, [&](size_t i, JobProgress&) {
@@ -122,6 +127,17 @@ int RunOnsets(int argc, char** argv) {
       NyOnsetDetector detector;
       detector.SetSource(ToLibraryPath(files[i]));
       detector.GetMarkerTimes(found.times, static_cast<float>(sensitivity));
+    }
+    if (cuesTo || inPlace) {
+      std::vector<NewCue> cues;
+      for (size_t k = 0; k < found.times.size(); ++k) {
+        const long long frame = std::llround(found.times[k] * found.sampleRate);
+        const unsigned last = found.frames == 0 ? 0 : found.frames - 1;
+        cues.push_back({static_cast<unsigned>(std::clamp<long long>(frame, 0, last)), "Onset " + std::to_string(k + 1)});
+      }
+      const std::string target = inPlace ? files[i] : *cuesTo;
+      if (std::string e = AddCues(files[i], target, cues); !e.empty()) return FailedFile(files[i], e, json);
+      found.cuesWritten = target;
     }
     return FileOutcome{json ? AsJson(files[i], found, sensitivity) : AsText(files[i], found, sensitivity), {}, true};
   });
