@@ -1,6 +1,7 @@
 // Helpers shared by the WAV benchmarks: a scratch directory and WAV files written block by block.
 #pragma once
 
+#include <time.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -10,6 +11,14 @@
 #include <vector>
 
 namespace nybench {
+
+// CPU seconds of this process (user + system): on a shared machine this is steadier than wall time,
+// and it still counts the kernel's copies out of the page cache.
+inline double CpuSeconds() {
+  timespec ts{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
+  return double(ts.tv_sec) + double(ts.tv_nsec) * 1e-9;
+}
 
 inline void Put16(std::vector<uint8_t>& o, uint16_t v) {
   o.push_back(uint8_t(v));

@@ -291,6 +291,8 @@ NY_WAVE_MARKER& NyWavFileReader::GetWavMarker(unsigned int id) {
   size_t at = count;
   if (m_markerHint < count && m_markers[m_markerHint].dwIdentifier == id) {
     at = m_markerHint;
+  } else if (count != 0 && m_markers[0].dwIdentifier == id) {
+    at = 0;  // a second list (labels after cues) usually starts again from the first marker
   } else if (id < m_markerMaxId) {
     for (; m_markerIndexed < count; ++m_markerIndexed) {
       m_markerIndex.try_emplace(m_markers[m_markerIndexed].dwIdentifier, m_markerIndexed);

@@ -57,7 +57,7 @@ void NyWavFileReader::ReadDataFromFile(unsigned long long position, unsigned int
   const unsigned long long alignedStart = position - (position & (block - 1));
   const unsigned long long alignedEnd = (position + size - 1 + block) & ~(block - 1);
   const unsigned long long span = alignedEnd - alignedStart;
-  if (size == 0 || span > std::numeric_limits<unsigned int>::max()) return;
+  if (span > std::numeric_limits<unsigned int>::max()) return;
   // Deliberately no seek when the read starts on a block boundary: the reads go on from wherever
   // SeekToAudioFrame or the previous read left the file.
   if (alignedStart != position &&

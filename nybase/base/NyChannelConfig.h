@@ -40,9 +40,8 @@ struct NyChannelConfig {
   }
 };
 static_assert(sizeof(NyChannelConfig) == 4, "NyChannelConfig is one 32-bit word");
-// clang 14 (the fuzzing compiler) cannot bit_cast a record with bit-fields in a constant
-// expression; the g++ builds check the packing for every configuration.
 #if !defined(__clang__)
+// clang cannot bit_cast a record with bit-fields in a constant expression; g++ checks the layout.
 static_assert(std::bit_cast<uint32_t>(NyChannelConfig(0x60F106u)) == 0x60F106u,
               "bit-fields must pack from the least significant bit");
 #endif

@@ -143,6 +143,30 @@ void ConvertContiguous(const uint8_t* src, unsigned width, bool isFloat, float* 
   }
 }
 
+bool ConvertIntegerWith(KernelSet set, const uint8_t* src, unsigned width, float* dst, size_t count) {
+  if (width != 2 && width != 3) return false;
+  Kernel kernel = nullptr;
+  switch (set) {
+    case KernelSet::Scalar:
+      kernel = width == 2 ? S16Scalar : S24Scalar;
+      break;
+#if NYBASE_X86_SIMD
+    case KernelSet::Ssse3:
+      if (!__builtin_cpu_supports("ssse3")) return false;
+      kernel = width == 2 ? S16Scalar : S24Ssse3;
+      break;
+    case KernelSet::Avx2:
+      if (!__builtin_cpu_supports("avx2")) return false;
+      kernel = width == 2 ? S16Avx2 : S24Avx2;
+      break;
+#endif
+    default:
+      return false;
+  }
+  kernel(src, dst, count);
+  return true;
+}
+
 void ConvertChannel(const uint8_t* src, size_t srcStride, unsigned width, bool isFloat, float* dst,
                     size_t dstStride, size_t frames, float gain) {
   switch (width) {

@@ -18,6 +18,12 @@ constexpr bool IsConvertibleWidth(unsigned width) { return width >= 2 && width <
 // into dst. Widths other than 2, 3, 4 write nothing.
 void ConvertContiguous(const uint8_t* src, unsigned width, bool isFloat, float* dst, size_t count);
 
+// The instruction sets the 16- and 24-bit kernels come in; ConvertContiguous picks the best one
+// this CPU has. ConvertIntegerWith runs a given one (2- or 3-byte samples) and is false when this
+// CPU or build doesn't have it: it lets every kernel be checked against the scalar one.
+enum class KernelSet { Scalar, Ssse3, Avx2 };
+bool ConvertIntegerWith(KernelSet set, const uint8_t* src, unsigned width, float* dst, size_t count);
+
 // Converts `frames` samples of one channel: sample f is at src + f*srcStride bytes and goes to
 // dst[f*dstStride], multiplied by gain after the conversion. Widths other than 2, 3, 4 write
 // nothing.
