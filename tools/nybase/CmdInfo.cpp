@@ -8,6 +8,7 @@
 #include <nybase/audio/RiffChunks.h>
 #include <nybase/text/AudioDisplayStrings.h>
 
+#include "AdmSummary.h"
 #include "AudioInput.h"
 #include "Commands.h"
 #include "Json.h"
@@ -112,7 +113,7 @@ std::string AsText(const std::string& file, const NyAudioFileReader& r) {
     if (!label.empty()) s += "  \"" + label + "\"";
     s += "\n";
   }
-  s += "  adm       " + std::string(r.GetADM() != nullptr ? "present" : "none") + "\n";
+  s += r.GetADM() != nullptr ? AdmToText(*r.GetADM()) : std::string("  adm       none\n");
   return s;
 }
 
@@ -158,7 +159,11 @@ std::string AsJson(const std::string& file, const NyAudioFileReader& r) {
   j.Key("hash");
   if (f.hasHash) j.String(f.hashHex); else j.Null();
   j.Key("adm");
-  if (r.GetADM() != nullptr) j.BeginObject().EndObject(); else j.Null();
+  if (r.GetADM() != nullptr) {
+    AdmToJson(*r.GetADM(), j);
+  } else {
+    j.Null();
+  }
   j.EndObject();
   return j.Text() + "\n";
 }
