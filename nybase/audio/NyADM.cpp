@@ -84,7 +84,9 @@ NyChannelConfig ConfigOfTracks(size_t tracks) {
 
 bool NyADM::FromAXML(const char* xml) {
   if (xml == nullptr) return false;
-  lu::XmlReader reader(xml, lu::XmlReader::XmlSourceMemory);
+  // The reader works on the caller's text in place: it lives only for this call, so no copy of a
+  // document that may run to megabytes is needed.
+  lu::XmlReader reader(std::unique_ptr<const char, void (*)(const char*)>(xml, [](const char*) {}));
   return nybase::audio::detail::AxmlParser(reader, *this).Parse();
 }
 

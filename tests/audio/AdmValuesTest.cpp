@@ -31,46 +31,19 @@ TEST(AdmTime, TextToMilliseconds) {
   for (const auto& c : cases) EXPECT_EQ(AdmTimeToMilliseconds(c.text), c.ms) << c.text;
 }
 
-TEST(AdmNumbers, FloatsAndUnsignedFromText) {
-  EXPECT_FLOAT_EQ(ParseAdmFloat("-30.5"), -30.5f);
-  EXPECT_FLOAT_EQ(ParseAdmFloat("  1e-2\n"), 0.01f);
-  EXPECT_FLOAT_EQ(ParseAdmFloat("2.5deg"), 2.5f);  // the number at the start counts
-  EXPECT_EQ(ParseAdmFloat("1,5"), 1.0f);           // ',' is no decimal mark
-  EXPECT_EQ(ParseAdmFloat("abc"), 0.0f);
-  EXPECT_EQ(ParseAdmFloat(""), 0.0f);
-  EXPECT_EQ(ParseAdmFloat("1e40"), 0.0f);  // beyond float
-  EXPECT_TRUE(std::isnan(ParseAdmFloat("nan")));
-
-  EXPECT_EQ(ParseAdmUnsigned32("48000"), 48000u);
-  EXPECT_EQ(ParseAdmUnsigned32("4294967296"), 0u);
-  EXPECT_EQ(ParseAdmUnsigned32("-1"), 0u);
-  EXPECT_EQ(ParseAdmUnsigned16("24"), 24u);
-  EXPECT_EQ(ParseAdmUnsigned16("70000"), 0u);
-  EXPECT_EQ(ParseAdmUnsigned16(" 24"), 0u);
-}
-
 TEST(AdmFormatType, LabelOfFourCharactersBeatsDefinition) {
   const struct {
     const char* label;
     const char* definition;
     unsigned int type;
   } cases[] = {
-      {"0003", "Matrix", 3},          {"0001", "", 1},
-      {"0005", "Objects", 5},         {"003", "Matrix", 2},
-      {"", "DirectSpeakers", 1},      {"", "Matrix", 2},
-      {"", "Objects", 3},             {"", "HOA", 4},
-      {"", "Binaural", 5},            {"", "objects", 0},
-      {"00003", "HOA", 4},            {"", "", 0},
-      {"000A", "", 'A' - '0'},
+      {"0003", "Matrix", 3}, {"0005", "Objects", 5},  {"003", "Matrix", 2}, {"", "DirectSpeakers", 1},
+      {"", "Objects", 3},    {"", "HOA", 4},          {"", "Binaural", 5},  {"", "objects", 0},
+      {"00003", "HOA", 4},   {"", "", 0},             {"000A", "", 'A' - '0'},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(AdmFormatType(c.label, c.definition), c.type) << c.label << "/" << c.definition;
   }
-}
-
-TEST(AdmTrackCountMask, KnownLayoutsOnly) {
-  const uint32_t expected[] = {0, 0x4, 0x3, 0x7, 0x603, 0x607, 0x60F, 0x637, 0x63F, 0x5637, 0x563F, 0, 0};
-  for (size_t n = 0; n < std::size(expected); ++n) EXPECT_EQ(AdmTrackCountMask(n), expected[n]) << n;
 }
 
 TEST(Half, EncodingRoundsToNearestEven) {
@@ -78,25 +51,15 @@ TEST(Half, EncodingRoundsToNearestEven) {
     double value;
     uint16_t half;
   } cases[] = {
-      {0.0, 0x0000},
-      {-0.0, 0x8000},
-      {1.0, 0x3C00},
       {-2.0, 0xC000},
-      {0.5, 0x3800},
-      {65504.0, 0x7BFF},               // largest finite
-      {65519.99, 0x7BFF},
-      {65520.0, 0x7C00},               // rounds up to infinity
-      {-1e10, 0xFC00},
-      {2049.0, 0x6800},                // tie between 2048 and 2050: even mantissa wins
-      {2051.0, 0x6802},                // tie between 2050 and 2052: even mantissa wins
-      {1.0 + 1.0 / 2048, 0x3C00},      // halfway above 1: down to even
-      {1.0 + 3.0 / 2048, 0x3C02},      // halfway: up to even
-      {std::ldexp(1.0, -14), 0x0400},  // smallest normal
-      {std::ldexp(1.0, -24), 0x0001},  // smallest subnormal
-      {std::ldexp(1.0, -25), 0x0000},  // tie at zero: even
-      {std::ldexp(3.0, -25), 0x0002},  // 1.5 units: up to even
+      {65519.99, 0x7BFF},                 // largest finite
+      {65520.0, 0x7C00},                  // rounds up to infinity
+      {2049.0, 0x6800},                   // ties go to the even mantissa, down ...
+      {2051.0, 0x6802},                   // ... or up
+      {std::ldexp(1.0, -25), 0x0000},     // tie at zero: even
+      {std::ldexp(3.0, -25), 0x0002},     // 1.5 subnormal units: up to even
       {std::ldexp(1023.5, -24), 0x0400},  // rounds into the normal range
-      {-5.1e-12, 0x8000},              // underflow keeps the sign
+      {-5.1e-12, 0x8000},                 // underflow keeps the sign
       {0.333333333, 0x3555},
   };
   for (const auto& c : cases) {

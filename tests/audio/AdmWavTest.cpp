@@ -45,7 +45,7 @@ const Bytes k_fmt51 = Chunk("fmt ", FmtPayload(1, 6, 48000, 16));
 }  // namespace
 
 TEST_F(AdmWav, TheAdmRouteDeliversTheBedInSpeakerOrderWhicheverChunkComesFirst) {
-  const Bytes axml = Axml(WrapAxml(BedElements(k_bed51)));
+  const Bytes axml = Axml(WrapAxml(BedElements()));
   const Bytes chna = Chunk("chna", ChnaPayload(BedChnaRows(6), 6, 6));
   const Bytes data = Chunk("data", SixChannelData());
   const struct {
@@ -101,9 +101,9 @@ TEST_F(AdmWav, WithoutMultichannelObjectsOrWithoutAdmTheOrderStays) {
 
 TEST_F(AdmWav, DamagedAdmChunks) {
   const Bytes data = Chunk("data", SixChannelData());
-  const std::string good = WrapAxml(BedElements(k_bed51));
-  Bytes absurd = ChnaPayload(BedChnaRows(2), 65535, 65535);
-  absurd.push_back(1);  // a remainder shorter than a record
+  const std::string good = WrapAxml(BedElements());
+  Bytes absurd = ChnaPayload(BedChnaRows(3), 65535, 65535);
+  absurd.insert(absurd.end(), 39, 'x');  // a remainder shorter than a record: left unread
   Bytes wrongLengths = ChnaPayload({{1, "ATU_1", "AT_1", "AP_1"}, {2, "ATU_0000000002", "", ""}}, 2, 2);
   const struct {
     const char* what;
@@ -135,6 +135,9 @@ TEST_F(AdmWav, DamagedAdmChunks) {
     EXPECT_EQ(reader->ReadChunks(~0u), c.ok) << c.what;
     EXPECT_EQ(reader->GetADM() != nullptr, c.hasADM) << c.what;
     if (reader->GetADM() == nullptr) continue;
+    if (std::string(c.what) == "chna counts ignored") {
+      EXPECT_EQ(reader->GetADM()->GetTrackUIDs().size(), 3u);
+    }
     // Whatever was read, the derived views stay within their inputs.
     std::vector<unsigned char> targets;
     reader->GetADM()->GetChannelTargets(targets, 6);
@@ -145,14 +148,4 @@ TEST_F(AdmWav, DamagedAdmChunks) {
     std::vector<char> names;
     EXPECT_TRUE(reader->GetADM()->ToNyDM(dm, objects, positions, names));
   }
-}
-
-TEST_F(AdmWav, AbsurdChnaSizesReadOnlyTheWholeRecords) {
-  Bytes payload = ChnaPayload(BedChnaRows(3), 1, 1);
-  payload.insert(payload.end(), 39, 'x');  // not a whole record: left unread
-  auto reader = Open(Concat({k_fmt51, Chunk("data", SixChannelData()), Chunk("chna", payload)}));
-  EXPECT_TRUE(reader->ReadChunks(~0u));
-  ASSERT_NE(reader->GetADM(), nullptr);
-  EXPECT_EQ(reader->GetADM()->GetTrackUIDs().size(), 3u);
-  EXPECT_EQ(reader->GetADM()->GetTrackUIDs()[2].trackIndex, 3u);
 }

@@ -213,6 +213,7 @@ bool AxmlParser::ParseBlockFormat(NyADM::ChannelFormat& channel) {
   if (!Attribute("audioBlockFormatID", id)) return false;
   NyADM::BlockFormat& block = channel.audioBlockFormat.emplace_back();
   block.audioBlockFormatID = std::move(id);
+  block.positions.reserve(3);  // the usual azimuth, elevation, distance or X, Y, Z: one allocation
   Attribute("rtime", block.rtime);
   Attribute("duration", block.duration);
   float width = 0.0f;
