@@ -62,11 +62,12 @@ std::string DescribeEncoding(const NyAudioFileReader& reader) {
 std::string CheckSampleFormat(const NyAudioFileReader& reader) {
   const WaveFormatExtensible& f = reader.GetFormat();
   const unsigned width = f.nChannels == 0 ? 0 : f.nBlockAlign / f.nChannels;
-  // The sample reader takes 1 to 4 bytes a sample; a 4-byte sample is float when the data type
+  // The sample reader converts 2 to 4 bytes a sample (8-bit data reads as silence, so it is
+  // refused here rather than analysed as such); a 4-byte sample is float when the data type
   // says so, every other width is integer.
-  if (f.wFormatTag == WAVE_FORMAT_EXTENSIBLE && width >= 1 && width <= 4) return {};
+  if (f.wFormatTag == WAVE_FORMAT_EXTENSIBLE && width >= 2 && width <= 4) return {};
   return "unsupported sample format (" + Narrow(StringHelp::FmtTagToString(f.wFormatTag)) + ", " +
-         std::to_string(f.wBitsPerSample) + "-bit): only integer PCM and 32-bit float can be analysed";
+         std::to_string(f.wBitsPerSample) + "-bit): only 16-, 24- and 32-bit integer PCM and 32-bit float can be analysed";
 }
 
 }  // namespace nybase::tool

@@ -16,7 +16,7 @@ lu::Path ToLibraryPath(const std::string& native);
 // `error` to the reason ("no such file", "not a WAV file ...", "truncated ...", ...).
 std::unique_ptr<NyAudioFileReader> OpenWav(const std::string& native, std::string& error);
 
-// Empty when the samples can be read as floats (integer PCM of 8 to 32 bits or 32-bit float);
+// Empty when the samples can be read as floats (integer PCM of 16 to 32 bits or 32-bit float);
 // otherwise the reason, naming the codec.
 std::string CheckSampleFormat(const NyAudioFileReader& reader);
 
