@@ -17,7 +17,9 @@
 #include <nybase/platform/Locale.h>
 #include <nybase/platform/ModuleHandle.h>
 #include <nybase/platform/NativePath.h>
+#include <nybase/platform/Random.h>
 #include <nybase/platform/Resources.h>
+#include <nybase/platform/StdioFile.h>
 #include <nybase/platform/SystemTime.h>
 #include <nybase/platform/Utf.h>
 
@@ -30,6 +32,7 @@
 
 // Files.
 #include <nybase/files/File.h>
+#include <nybase/files/FileOperation.h>
 #include <nybase/files/Path.h>
 
 // Data.
@@ -59,6 +62,7 @@
 #include <nybase/audio/NyWAVStructs.h>
 #include <nybase/audio/NyWavFile.h>
 #include <nybase/audio/NyWavFileReader.h>
+#include <nybase/audio/NyWavFileWriter.h>
 #include <nybase/audio/NyWaveMarker.h>
 #include <nybase/audio/RiffChunks.h>
 #include <nybase/audio/WavByteSwapHelpers.h>
