@@ -496,8 +496,17 @@ int main(int argc, char** argv) {
       Save("xml_reader", std::to_string(mode) + "_" + name, b);
     }
   }
-  for (unsigned n : {1u, 2u, 6u}) Save("adm", "axml_" + std::to_string(n) + ".xml", Text(Axml(n)));
-  for (unsigned n : {2u, 6u}) Save("adm", "chna_" + std::to_string(n) + ".bin", Chna(n));
+  // The ADM target takes a mode byte (record count in the low 3 bits, chna first when the top bit
+  // is set), the 40-byte chna records, then the axml text.
+  for (unsigned n : {1u, 2u, 6u}) {
+    for (uint8_t order : {0, 0x80}) {
+      Bytes b{uint8_t(n | order)};
+      const Bytes chna = Chna(n);
+      b.insert(b.end(), chna.begin() + 4, chna.end());
+      Append(b, Text(Axml(n)));
+      Save("adm", "axml_chna_" + std::to_string(n) + "_" + std::to_string(order) + ".bin", b);
+    }
+  }
   int i = 0;
   for (const std::string& t : Utf8Texts()) Save("utf8_codec", "text" + std::to_string(i++) + ".txt", Text(t));
   return g_failures == 0 ? 0 : 1;
