@@ -26,7 +26,8 @@ bool NyCueChunk::Init(const lu::File& file, NyFormatChunkBase* previous) {
   // The records read are bounded by the chunk's own size as well as by the count.
   const uint32_t fits = m_header.ckSize >= 4 ? (m_header.ckSize - 4) / k_cueSize : 0;
   const uint32_t wanted = haveCount ? std::min(count, fits) : 0;
-  m_cues.reserve(wanted);
+  // Room only for the records the file really holds: a claimed count reserves nothing more.
+  m_cues.reserve(std::min(wanted, BytesHeld(4, 0xFFFFFFFFu) / k_cueSize));
   bool firstReadBroughtBytes = false;
   for (uint32_t i = 0; i < wanted; ++i) {
     WAV_CUE cue{};

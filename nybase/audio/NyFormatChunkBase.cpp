@@ -1,6 +1,8 @@
 // The chunk scan shared by every chunk class, and the header and payload writing rules.
 #include <nybase/audio/NyFormatChunkBase.h>
 
+#include <algorithm>
+
 #include <nybase/audio/WavByteSwapHelpers.h>
 
 NyFormatChunkBase::~NyFormatChunkBase() = default;
@@ -62,6 +64,14 @@ unsigned int NyFormatChunkBase::ReadData(void* out, unsigned int size, unsigned 
   unsigned int done = 0;
   m_pFile->Read(out, size, done);
   return done;
+}
+
+unsigned int NyFormatChunkBase::BytesHeld(unsigned int offset, unsigned int limit) const {
+  if (m_pFile == nullptr) return 0;
+  const unsigned long long size = m_pFile->GetFileSize();
+  const unsigned long long start = static_cast<unsigned long long>(m_dataOffset) + offset;
+  if (size == ~0ull || size <= start) return 0;
+  return static_cast<unsigned int>(std::min<unsigned long long>(size - start, limit));
 }
 
 bool NyFormatChunkBase::IsValidChunk(const RIFFHEADER& header, unsigned int /*payloadOffset*/) {

@@ -63,6 +63,9 @@ class NyFormatChunkBase {
   bool SeekOwnFile(int64_t offset, lu::FilePointerPosition from = lu::FilePointerBegin) const;
   // Current position of this chunk's own file, -1 without a file.
   int64_t OwnFilePosition() const;
+  // Bytes the file really holds from payload offset + `offset` to its end, at most `limit`; 0
+  // without a file. Sizes read from a file are bounded by this before anything is allocated.
+  unsigned int BytesHeld(unsigned int offset, unsigned int limit) const;
 
   RIFFHEADER m_header{};
   uint32_t m_dataOffset = 0;

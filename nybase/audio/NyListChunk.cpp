@@ -41,9 +41,9 @@ bool NyListChunk::Init(const lu::File& file, NyFormatChunkBase* previous) {
     uint32_t identifier = 0;
     if (sub.ckSize < 4 || ReadData(&identifier, 4, position) != 4) break;
     if (m_swap) identifier = __builtin_bswap32(identifier);
-    // The label is bounded by what the list chunk holds, whatever the sub-chunk claims.
+    // The label is bounded by what the list chunk and the file hold, whatever the sub-chunk claims.
     const uint32_t room = size - std::min(size, position + 4);
-    const uint32_t wanted = std::min(sub.ckSize - 4, room);
+    const uint32_t wanted = BytesHeld(position + 4, std::min(sub.ckSize - 4, room));
     char* data = wanted != 0 ? static_cast<char*>(std::malloc(wanted)) : nullptr;
     if (wanted != 0 && data == nullptr) break;
     const unsigned int got = wanted != 0 ? ReadData(data, wanted, position + 4) : 0;
