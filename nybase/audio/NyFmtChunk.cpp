@@ -102,7 +102,10 @@ NyFormatChunkBase::ErrorCode NyFmtChunk::UpdateFormatInfo(WaveFormatExtensible& 
   const int64_t position = OwnFilePosition();
   // Deliberately unchecked against the chunk's length: a longer chunk keeps its tail.
   if (position < 0 || !SeekOwnFile(int64_t{m_dataOffset} - 8)) return ErrorCode_Failure;
-  const ErrorCode result = WriteToFile(*m_pFile, swap);
+  ErrorCode result = WriteToFile(*m_pFile, swap);
+  // The bytes sit in the stream's buffer until flushed: a write the disk refuses is reported here
+  // rather than lost unseen later.
+  if (result == ErrorCode_Success && !m_pFile->Flush()) result = PayloadWriteError();
   SeekOwnFile(position);
   return result;
 }

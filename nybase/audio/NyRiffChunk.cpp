@@ -21,8 +21,9 @@ NyFormatChunkBase::ErrorCode NyRiffChunk::WriteToFile(const lu::File& file, bool
 
 NyFormatChunkBase::ErrorCode NyRiffChunk::UpdateRiffChunkSize(const lu::File& file, bool swap) {
   if (!m_valid) return ErrorCode_Failure;
-  // Buffered bytes are part of the file's size: push them out before asking for it.
-  file.Flush();
+  // Buffered bytes are part of the file's size: push them out before asking for it. If they
+  // cannot be written the file is short, and patching its size would hide that.
+  if (!file.Flush()) return PayloadWriteError();
   const int64_t position = file.SetFilePointer(0, lu::FilePointerCurrent);
   const uint32_t storedSize = m_header.ckSize;
   m_header.ckSize = static_cast<uint32_t>(file.GetFileSize()) - 8;
