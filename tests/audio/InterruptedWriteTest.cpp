@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "ChunkTestSupport.h"
-#include "InterruptedWriteSupport.h"
+#include "../support/InterruptedWrite.h"
 
 using namespace nytest;
 
