@@ -141,7 +141,7 @@ TEST(WavWriterLayout, FixedChunkOrderSizesAndContents) {
   unsigned char hash[16];
   for (int i = 0; i < 16; ++i) hash[i] = static_cast<unsigned char>(0xA0 + i);
   NyADM adm;
-  ASSERT_TRUE(adm.FromAXML(WrapAxml(BedElements(k_bed51)).c_str()));
+  ASSERT_TRUE(adm.FromAXML(WrapAxml(BedElements()).c_str()));
 
   struct Case {
     bool extensible, withHash, withAdm;
