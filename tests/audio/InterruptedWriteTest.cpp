@@ -1,11 +1,17 @@
 // Interrupted writes: every path that writes WAV data, cut short by a full disk or by a file size
 // limit at several points, reports the failure, leaves the source file byte-identical and leaves
 // no file behind in its folder that the caller did not create.
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
+#include <cwchar>
 #include <functional>
 #include <string>
 #include <vector>
+
+#include <nybase/audio/NyWavFileWriter.h>
+#include <nybase/platform/NativePath.h>
 
 #include "ChunkTestSupport.h"
 #include "../support/InterruptedWrite.h"
@@ -156,5 +162,74 @@ TEST(InterruptedWrites, InPlaceUpdatesThatCannotWriteChangeNothing) {
     }
     EXPECT_EQ(ReadFileBytes(path), source);
     EXPECT_EQ(FolderNames(dir.Native()), (std::vector<std::string>{"file.wav"}));
+  }
+}
+
+// The writer's safe path: a temporary file beside the target, moved over it only when every step
+// succeeded. Cut short anywhere, some step says so, the target keeps every byte, and removing the
+// temporary the writer named leaves the folder as it was.
+TEST(InterruptedWrites, WriterThroughATemporaryFileCutShortAnywhereKeepsTheTarget) {
+  WAVEFORMATEXTENSIBLE format{};
+  format.Format.wFormatTag = WAVE_FORMAT_EXTENSIBLE;
+  format.Format.nChannels = 2;
+  format.Format.nSamplesPerSec = 48000;
+  format.Format.nBlockAlign = 4;
+  format.Format.nAvgBytesPerSec = 48000 * 4;
+  format.Format.wBitsPerSample = 16;
+  format.Format.cbSize = 22;
+  format.Samples.wValidBitsPerSample = 16;
+  format.dwChannelMask = 0x3;
+  format.SubFormat = KSDATAFORMAT_SUBTYPE_PCM;
+  std::vector<short> samples(2 * 6000);
+  for (size_t i = 0; i < samples.size(); ++i) samples[i] = short(i * 37);
+  char label[] = "marker";
+  const std::vector<NY_WAVE_MARKER> markers = {{1, 100, sizeof(label), label}, {2, 5000, 0, nullptr}};
+
+  // Every step of one write; true only when all succeeded. `tempPath` names the file made.
+  const auto write = [&](const TempDir& dir, lu::Path& tempPath) {
+    NyWavFileWriter writer;
+    bool ok = writer.OpenTempFile(lu::Path(dir.Wide()), tempPath, false);
+    writer.SetFormat(format);
+    writer.SetMarkers(markers);
+    writer.SetLoopPoints(10, 4000);
+    ok = writer.WriteChunks(ChunkFlag_Cue | ChunkFlag_List | ChunkFlag_Smpl) && ok;
+    for (size_t at = 0; at < samples.size(); at += 2 * 1000) {
+      ok = writer.WriteInt16AsPCMData(1000, samples.data() + at) && ok;
+    }
+    return writer.Close() && ok;
+  };
+  const auto native = [](const lu::Path& path) {
+    std::string out;
+    EXPECT_TRUE(lu::platform::ToNativePath(path.c_str(), std::wcslen(path.c_str()), out));
+    return out;
+  };
+  const Bytes target = SourceFile();
+
+  size_t fullSize = 0;
+  {
+    TempDir dir;
+    lu::Path temp;
+    ASSERT_TRUE(write(dir, temp));
+    fullSize = ReadFileBytes(native(temp)).size();
+    ASSERT_GT(fullSize, samples.size() * 2);
+  }
+  for (const size_t cut : {size_t(0), size_t(12), size_t(60), size_t(300), fullSize / 2, fullSize - 1}) {
+    SCOPED_TRACE("writes stop at byte " + std::to_string(cut));
+    TempDir dir;
+    const std::string targetPath = Store(dir, "target.wav", target);
+    lu::Path temp;
+    bool written = true;
+    {
+      FileSizeLimit limit(cut);
+      ASSERT_TRUE(limit.IsSet());
+      written = write(dir, temp);
+    }
+    EXPECT_FALSE(written);
+    EXPECT_EQ(ReadFileBytes(targetPath), target);
+    const std::string tempPath = native(temp);
+    ASSERT_FALSE(tempPath.empty());
+    EXPECT_EQ(FolderNames(dir.Native()).size(), 2u);
+    EXPECT_EQ(::unlink(tempPath.c_str()), 0);
+    EXPECT_EQ(FolderNames(dir.Native()), std::vector<std::string>{"target.wav"});
   }
 }
