@@ -11,6 +11,9 @@
 #include <vector>
 
 #include <nybase/analysis/NyOnsetDetector.h>
+#include <nybase/audio/NyWavFileWriter.h>
+#include <nybase/audio/RiffChunks.h>
+#include <nybase/audio/WaveFormat.h>
 
 #include "AudioInput.h"
 #include "BurstTrain.h"
@@ -24,36 +27,28 @@ namespace {
 // works on 10 ms hops with a 2048-frame window, so its times sit a hop or so before the attack.
 constexpr double k_toleranceSeconds = 0.025;
 
-void PutLE(std::vector<unsigned char>& out, uint32_t v, int bytes) {
-  for (int i = 0; i < bytes; ++i) out.push_back(static_cast<unsigned char>(v >> (8 * i)));
-}
+// The demo's input, written by the library's WAV writer: 16-bit PCM in the published extensible
+// format, which every WAV reader takes.
+std::string WriteInput(const std::string& path, BurstTrain& train) {
+  WAVEFORMATEXTENSIBLE format{};
+  format.Format.wFormatTag = WAVE_FORMAT_EXTENSIBLE;
+  format.Format.nChannels = static_cast<uint16_t>(train.channels);
+  format.Format.nSamplesPerSec = train.sampleRate;
+  format.Format.nBlockAlign = static_cast<uint16_t>(train.channels * 2);
+  format.Format.nAvgBytesPerSec = train.sampleRate * format.Format.nBlockAlign;
+  format.Format.wBitsPerSample = 16;
+  format.Format.cbSize = 22;
+  format.Samples.wValidBitsPerSample = 16;
+  format.dwChannelMask = train.channels == 1 ? 0x4 : 0x3;
+  format.SubFormat = KSDATAFORMAT_SUBTYPE_PCM;
 
-// The demo's input as a 16-bit PCM WAV file: a plain 44-byte header and the samples. It is the
-// input under test, so it is made by the simplest independent means rather than by the library.
-std::string WriteInput(const std::string& path, const BurstTrain& train) {
-  const uint32_t dataBytes = static_cast<uint32_t>(train.samples.size() * 2);
-  std::vector<unsigned char> bytes;
-  bytes.reserve(44 + dataBytes);
-  bytes.insert(bytes.end(), {'R', 'I', 'F', 'F'});
-  PutLE(bytes, 36 + dataBytes, 4);
-  bytes.insert(bytes.end(), {'W', 'A', 'V', 'E', 'f', 'm', 't', ' '});
-  PutLE(bytes, 16, 4);
-  PutLE(bytes, 1, 2);  // integer PCM
-  PutLE(bytes, train.channels, 2);
-  PutLE(bytes, train.sampleRate, 4);
-  PutLE(bytes, train.sampleRate * train.channels * 2, 4);
-  PutLE(bytes, train.channels * 2, 2);
-  PutLE(bytes, 16, 2);
-  bytes.insert(bytes.end(), {'d', 'a', 't', 'a'});
-  PutLE(bytes, dataBytes, 4);
-  for (float s : train.samples) {
-    const auto v = static_cast<int16_t>(std::lround(s * 32767.0f));
-    PutLE(bytes, static_cast<uint16_t>(v), 2);
-  }
-  FILE* f = std::fopen(path.c_str(), "wb");
-  if (f == nullptr) return std::string("cannot create '") + path + "': " + std::strerror(errno);
-  const bool ok = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
-  if (std::fclose(f) != 0 || !ok) return "cannot write '" + path + "'";
+  NyWavFileWriter writer;
+  if (!writer.Open(ToLibraryPath(path), false)) return "cannot create '" + path + "'";
+  writer.SetFormat(format);
+  const auto frames = static_cast<unsigned>(train.samples.size() / train.channels);
+  const bool ok = writer.WriteChunks(ChunkFlag_Fmt | ChunkFlag_Data) &&
+                  writer.WriteReal32AsPCMData(frames, train.samples.data());
+  if (!writer.Close() || !ok) return "cannot write '" + path + "' (disk full?)";
   return {};
 }
 
@@ -116,7 +111,7 @@ int RunDemo(int argc, char** argv) {
   };
 
   // 1. The input: bursts at known times.
-  const BurstTrain train = MakeBurstTrain(48000, 1);
+  BurstTrain train = MakeBurstTrain(48000, 1);
   std::printf("1. wrote %zu noise bursts over %.1f s at %u Hz to %s\n", train.onsets.size(),
               static_cast<double>(train.samples.size()) / train.channels / train.sampleRate, train.sampleRate,
               input.c_str());
