@@ -1,6 +1,8 @@
 // StringHelp's display strings for audio formats: channel configurations, orderings, codec names.
 #include <nybase/text/AudioDisplayStrings.h>
 
+#include <nybase/text/StringHelp.h>
+
 #include <array>
 #include <bit>
 #include <cstdint>
@@ -63,8 +65,8 @@ constexpr uint32_t k_earLevelBits = 0x63F;
 constexpr uint32_t k_lfeBit = 0x8;
 constexpr uint32_t k_highestNamedBit = 0x20000;
 
-// The seam for translation; the library ships no translation table, so it is the identity.
-CStdStr<wchar_t> Localized(const wchar_t* text) { return CStdStr<wchar_t>(text); }
+// Display words go through the library's translation seam.
+CStdStr<wchar_t> Localized(const wchar_t* text) { return Localize(lu::BasicStringView<wchar_t>(text)); }
 
 // Name of the first speaker row that has `bit`; a bit with no row gives the empty text.
 const wchar_t* SpeakerName(uint32_t bit) {
