@@ -12,7 +12,9 @@
 #include <nybase/base/VariantType.h>
 
 // Platform services.
+#include <nybase/platform/CurrentDirectory.h>
 #include <nybase/platform/FileApi.h>
+#include <nybase/platform/FullPathName.h>
 #include <nybase/platform/LastError.h>
 #include <nybase/platform/Locale.h>
 #include <nybase/platform/ModuleHandle.h>
@@ -33,7 +35,9 @@
 // Files.
 #include <nybase/files/File.h>
 #include <nybase/files/FileOperation.h>
+#include <nybase/files/InternalPath.h>
 #include <nybase/files/Path.h>
+#include <nybase/files/PathFilter.h>
 
 // Data.
 

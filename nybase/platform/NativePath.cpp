@@ -46,7 +46,7 @@ bool ToNativePath(const wchar_t* path, size_t len, std::string& native) {
     n -= 2;
     if (n == 0) {
       // "Z:" alone is the current directory of drive Z:.
-      native = ".";
+      native.assign(1, '.');  // not operator=(const char*): g++ 12 -O2 warns falsely (-Wrestrict) there
       return true;
     }
   } else if (n >= 2 && IsSep(p[0]) && IsSep(p[1])) {
