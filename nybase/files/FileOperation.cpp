@@ -99,20 +99,12 @@ File CreateNewTempFile(const Path& directory, Path& createdPath, BasicStringView
                        unsigned int flags) {
   bool isDirectory = false;
   if (!Exists(directory, &isDirectory) || !isDirectory) return File();
-  const std::wstring& folder = directory;
   for (int attempt = 0; attempt < 5; ++attempt) {
     CStdStr<wchar_t> name;
     StringHelp::ConvertNyGuidToString(CreateGuid(), name);
     if (name.empty()) break;
-    // The folder, one separator, the GUID text, and the extension with its dot.
-    CStdStr<wchar_t> text(folder);
-    if (!text.empty() && text.back() != L'\\' && text.back() != L'/') text.push_back(L'\\');
-    text += name;
-    if (!extension.empty()) {
-      if (extension[0] != L'.') text.push_back(L'.');
-      text.append(extension.data(), extension.size());
-    }
-    Path candidate(std::move(text));
+    Path candidate = Path::Join({directory, name});
+    candidate.ReplaceExtension(extension);
     File file;
     if (file.Open(candidate, NyOpenModeWriteOverwrite, flags) == NYRESULT_SUCCESS) {
       createdPath = std::move(candidate);

@@ -84,6 +84,10 @@ TEST(FileOperationCreate, TempFilesGetGuidNamesWithTheExtension) {
   const std::wstring name = textA.substr(folder.size());
   EXPECT_EQ(ReadFileBytes(dir.Native(std::string(name.begin(), name.end()))), B("x"));
   EXPECT_EQ(Entries(dir.Native()).size(), 2u);
+  // A folder given with a final separator still gets exactly one before the name.
+  lu::Path c;
+  EXPECT_TRUE(FO::CreateNewTempFile(lu::Path(CStdStr<wchar_t>(folder)), c, L"tmp", NyFileFlagDeleteOnClose).IsOpen());
+  EXPECT_EQ(c.GetFullPath().substr(0, folder.size() + 1), folder + L"{");
 
   // No such directory, or a file given as the directory: closed, and the path is left alone.
   lu::Path kept(L"kept");
