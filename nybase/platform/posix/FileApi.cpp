@@ -338,6 +338,8 @@ void DiscardStream(FILE* stream) {
 FileHandle GetStreamHandle(FILE* stream) { return stream ? ::fileno(stream) : k_invalidFileHandle; }
 
 size_t ReadStream(FILE* stream, void* buffer, size_t size) {
+  // An empty request touches nothing: the buffer may legitimately be null then.
+  if (size == 0) return 0;
   const size_t n = std::fread(buffer, 1, size, stream);
   if (n < size) {
     if (std::ferror(stream)) FailStream(errno);
@@ -348,6 +350,7 @@ size_t ReadStream(FILE* stream, void* buffer, size_t size) {
 }
 
 size_t WriteStream(FILE* stream, const void* buffer, size_t size) {
+  if (size == 0) return 0;
   const size_t n = std::fwrite(buffer, 1, size, stream);
   if (n < size) {
     FailStream(std::ferror(stream) ? errno : EIO);
