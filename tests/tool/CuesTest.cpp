@@ -162,3 +162,47 @@ TEST(ToolCues, AFileThatCannotBeEditedIsLeftAsItWas) {
 }
 
 }  // namespace
+
+// A cue chunk whose header claims more bytes than its records (trailing padding some editors
+// leave) is replaced whole: no stray bytes of it survive between the rewritten file's chunks.
+TEST(ToolCues, InPlaceDropsTheWholeOldCueChunkIncludingTrailingBytes) {
+  nytest::TempDir dir;
+  nytest::TestWav wav;
+  wav.samples = nytest::Bursts(wav.sampleRate, 2.0, {0.8});
+  std::vector<uint8_t> cue;
+  nytest::PutU32(cue, 1);  // one record
+  nytest::PutU32(cue, 7);  // id
+  nytest::PutU32(cue, 50);  // position
+  nytest::PutFourCC(cue, "data");
+  nytest::PutU32(cue, 0);
+  nytest::PutU32(cue, 0);
+  nytest::PutU32(cue, 50);  // sample offset
+  cue.insert(cue.end(), 12, 0xAB);  // trailing bytes inside the chunk
+  wav.extraChunks.push_back({"cue ", cue});
+  const std::string path = dir.Native("padded.wav");
+  nytest::WriteFileBytes(path, nytest::BuildWav(wav));
+
+  const auto r = RunTool("onsets --in-place " + Quote(path));
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  const std::vector<uint8_t> bytes = nytest::ReadFileBytes(path);
+  ASSERT_GE(bytes.size(), 12u);
+  auto u32 = [&](size_t at) {
+    return uint32_t(bytes[at]) | uint32_t(bytes[at + 1]) << 8 | uint32_t(bytes[at + 2]) << 16 |
+           uint32_t(bytes[at + 3]) << 24;
+  };
+  EXPECT_EQ(u32(4), bytes.size() - 8);
+  std::vector<std::string> ids;
+  for (size_t at = 12; at + 8 <= bytes.size();) {
+    ids.emplace_back(reinterpret_cast<const char*>(&bytes[at]), 4);
+    const uint64_t size = u32(at + 4);
+    at += 8 + size + (size & 1);
+  }
+  for (const std::string& id : ids) {
+    EXPECT_TRUE(std::all_of(id.begin(), id.end(), [](char c) { return c >= 0x20 && c < 0x7F; }))
+        << "stray bytes read as a chunk";
+  }
+  EXPECT_EQ(std::count(ids.begin(), ids.end(), "cue "), 1);
+  const SndFile f = ReadWithSndfile(path);
+  ASSERT_EQ(f.cues.size(), 2u);
+  EXPECT_EQ(f.cues[0].sample_offset, 50u);
+}

@@ -24,11 +24,21 @@ struct Range {
   unsigned long long begin, end;
 };
 
-// The bytes a chunk occupies (header, payload, pad), or an empty range for an absent chunk.
-Range Occupied(NyFormatChunkBase& chunk) {
+// The bytes a chunk occupies in the file (header, payload as its header states it, pad), or an
+// empty range for an absent chunk. The size is read from the file's own header, not from the
+// loaded chunk, whose size counts only the records it kept: trailing bytes a damaged or padded
+// chunk carries must be left out of the copy with it. Only little-endian files get here.
+Range Occupied(const lu::File& file, NyFormatChunkBase& chunk) {
   if (!chunk.IsValid()) return {0, 0};
   const unsigned long long begin = chunk.GetDataOffset() - 8ull;
-  return {begin, begin + chunk.GetFileChunkSize()};
+  unsigned char header[8];
+  if (file.SetFilePointer(static_cast<long long>(begin), lu::FilePointerBegin) < 0 ||
+      !file.ReadExact(header, sizeof header)) {
+    return {begin, begin + chunk.GetFileChunkSize()};
+  }
+  const unsigned long long size = header[4] | (header[5] << 8) | (header[6] << 16) |
+                                  (static_cast<unsigned long long>(header[7]) << 24);
+  return {begin, begin + 8 + size + (size & 1)};
 }
 
 // Removes the temporary file unless it was handed over.
@@ -84,7 +94,7 @@ std::string AddCues(const std::string& source, const std::string& target, const 
   }
   // The old cue and label chunks are left out of the copy: they are written again with the new
   // markers added.
-  Range skip[2] = {Occupied(wav.GetCueChunk()), Occupied(wav.GetListChunk())};
+  Range skip[2] = {Occupied(wav.GetFile(), wav.GetCueChunk()), Occupied(wav.GetFile(), wav.GetListChunk())};
   if (skip[0].begin > skip[1].begin) std::swap(skip[0], skip[1]);
   for (const NewCue& cue : cues) {
     const unsigned id = wav.GetCueChunk().AddCue(cue.frame);
