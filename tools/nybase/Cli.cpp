@@ -10,17 +10,17 @@ namespace {
 
 const OptionSpec k_helpOption{"help", 'h', nullptr, "show this help and exit"};
 
-const OptionSpec* FindLong(const CommandSpec& spec, std::string_view name) {
+const OptionSpec* FindLong(const CommandSpec& cmdSpec, std::string_view name) {
   if (name == k_helpOption.name) return &k_helpOption;
-  for (const OptionSpec& o : spec.options) {
+  for (const OptionSpec& o : cmdSpec.options) {
     if (name == o.name) return &o;
   }
   return nullptr;
 }
 
-const OptionSpec* FindShort(const CommandSpec& spec, char c) {
+const OptionSpec* FindShort(const CommandSpec& cmdSpec, char c) {
   if (c == k_helpOption.shortName) return &k_helpOption;
-  for (const OptionSpec& o : spec.options) {
+  for (const OptionSpec& o : cmdSpec.options) {
     if (o.shortName != 0 && o.shortName == c) return &o;
   }
   return nullptr;
@@ -30,7 +30,7 @@ const OptionSpec* FindShort(const CommandSpec& spec, char c) {
 
 struct Parser {
   // Returns an error message, or empty on success.
-  static std::string Run(const CommandSpec& spec, int argc, char** argv, Args& args) {
+  static std::string Run(const CommandSpec& cmdSpec, int argc, char** argv, Args& args) {
     bool optionsEnded = false;
     for (int i = 0; i < argc; ++i) {
       const std::string_view a = argv[i];
@@ -52,10 +52,10 @@ struct Parser {
           name = name.substr(0, eq);
         }
         shown = "--" + std::string(name);
-        opt = FindLong(spec, name);
+        opt = FindLong(cmdSpec, name);
       } else {
         shown = std::string(a.substr(0, 2));
-        opt = FindShort(spec, a[1]);
+        opt = FindShort(cmdSpec, a[1]);
         if (a.size() > 2) {
           if (opt == nullptr || opt->valueName == nullptr) return "unknown option '" + std::string(a) + "'";
           inlineValue = std::string(a.substr(2));  // -j4
@@ -83,30 +83,30 @@ std::optional<std::string> Args::Value(std::string_view name) const {
   return it->second;
 }
 
-ParseResult ParseArgs(const CommandSpec& spec, int argc, char** argv) {
+ParseResult ParseArgs(const CommandSpec& cmdSpec, int argc, char** argv) {
   ParseResult result;
   Args args;
-  const std::string error = Parser::Run(spec, argc, argv, args);
+  const std::string error = Parser::Run(cmdSpec, argc, argv, args);
   if (!error.empty()) {
-    result.exitCode = UsageError(spec, error);
+    result.exitCode = UsageError(cmdSpec, error);
     return result;
   }
   if (args.Has("help")) {
-    std::fputs(CommandHelp(spec).c_str(), stdout);
+    std::fputs(CommandHelp(cmdSpec).c_str(), stdout);
     result.exitCode = k_exitOk;
     return result;
   }
   const size_t n = args.Positional().size();
-  if (n < spec.minArgs) {
-    result.exitCode = UsageError(spec, spec.minArgs == 1
+  if (n < cmdSpec.minArgs) {
+    result.exitCode = UsageError(cmdSpec, cmdSpec.minArgs == 1
                                            ? std::string("no file given")
-                                           : "expected " + std::to_string(spec.minArgs) +
+                                           : "expected " + std::to_string(cmdSpec.minArgs) +
                                                  " argument(s), got " + std::to_string(n));
     return result;
   }
-  if (n > spec.maxArgs) {
-    result.exitCode = UsageError(spec, "too many arguments (expected at most " +
-                                           std::to_string(spec.maxArgs) + ", got " +
+  if (n > cmdSpec.maxArgs) {
+    result.exitCode = UsageError(cmdSpec, "too many arguments (expected at most " +
+                                           std::to_string(cmdSpec.maxArgs) + ", got " +
                                            std::to_string(n) + ")");
     return result;
   }
@@ -114,17 +114,17 @@ ParseResult ParseArgs(const CommandSpec& spec, int argc, char** argv) {
   return result;
 }
 
-std::string CommandHelp(const CommandSpec& spec) {
+std::string CommandHelp(const CommandSpec& cmdSpec) {
   std::string s = "usage: nybase ";
-  s += spec.name;
+  s += cmdSpec.name;
   s += ' ';
-  s += spec.synopsis;
+  s += cmdSpec.synopsis;
   s += "\n\n";
-  s += spec.summary;
+  s += cmdSpec.summary;
   s += "\n";
-  if (spec.details != nullptr) {
+  if (cmdSpec.details != nullptr) {
     s += "\n";
-    s += spec.details;
+    s += cmdSpec.details;
     s += "\n";
   }
   s += "\noptions:\n";
@@ -141,10 +141,10 @@ std::string CommandHelp(const CommandSpec& spec) {
     else left += "  ";
     s += left + o.help + "\n";
   };
-  for (const OptionSpec& o : spec.options) line(o);
+  for (const OptionSpec& o : cmdSpec.options) line(o);
   line(k_helpOption);
   s += "\nexample:\n";
-  s += spec.example;
+  s += cmdSpec.example;
   s += "\n";
   return s;
 }
@@ -156,18 +156,18 @@ std::string OneLine(std::string text) {
   return text;
 }
 
-int UsageError(const CommandSpec& spec, const std::string& message) {
-  std::fprintf(stderr, "nybase %s: %s (try 'nybase %s --help')\n", spec.name,
-               OneLine(message).c_str(), spec.name);
+int UsageError(const CommandSpec& cmdSpec, const std::string& message) {
+  std::fprintf(stderr, "nybase %s: %s (try 'nybase %s --help')\n", cmdSpec.name,
+               OneLine(message).c_str(), cmdSpec.name);
   return k_exitUsage;
 }
 
-void PrintError(const CommandSpec& spec, const std::string& message) {
-  std::fprintf(stderr, "nybase %s: %s\n", spec.name, OneLine(message).c_str());
+void PrintError(const CommandSpec& cmdSpec, const std::string& message) {
+  std::fprintf(stderr, "nybase %s: %s\n", cmdSpec.name, OneLine(message).c_str());
 }
 
-int NotAvailable(const CommandSpec& spec, const char* what) {
-  PrintError(spec, std::string("not available in this build: ") + what);
+int NotAvailable(const CommandSpec& cmdSpec, const char* what) {
+  PrintError(cmdSpec, std::string("not available in this build: ") + what);
   return k_exitFailure;
 }
 

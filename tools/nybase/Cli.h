@@ -55,18 +55,18 @@ struct ParseResult {
 };
 
 // Parses argv (the arguments after the command name) against the command's options plus --help.
-ParseResult ParseArgs(const CommandSpec& spec, int argc, char** argv);
+ParseResult ParseArgs(const CommandSpec& cmdSpec, int argc, char** argv);
 
 // Full help of a command (synopsis, options, example) as printed by --help.
-std::string CommandHelp(const CommandSpec& spec);
+std::string CommandHelp(const CommandSpec& cmdSpec);
 
 // Prints "nybase CMD: MESSAGE (try 'nybase CMD --help')" on stderr and returns k_exitUsage.
-int UsageError(const CommandSpec& spec, const std::string& message);
+int UsageError(const CommandSpec& cmdSpec, const std::string& message);
 // Prints "nybase CMD: MESSAGE" on stderr (one line: newlines in MESSAGE become spaces).
-void PrintError(const CommandSpec& spec, const std::string& message);
+void PrintError(const CommandSpec& cmdSpec, const std::string& message);
 // The one-line error of a command whose library support is not part of this build; returns
 // k_exitFailure so that no script mistakes it for success.
-int NotAvailable(const CommandSpec& spec, const char* what);
+int NotAvailable(const CommandSpec& cmdSpec, const char* what);
 
 // Strict number parsing of option values: the whole text must be the number.
 bool ParseDouble(std::string_view text, double& out);

@@ -60,7 +60,7 @@ std::string Label(const NY_WAVE_MARKER& m) {
 }  // namespace
 
 const CommandSpec& DemoSpec() {
-  static const CommandSpec spec{
+  static const CommandSpec cmdSpec{
       "demo",
       "[--keep DIR]",
       "run the library end to end on a burst train it makes itself",
@@ -71,12 +71,12 @@ const CommandSpec& DemoSpec() {
       "  nybase demo",
       0,
       0};
-  return spec;
+  return cmdSpec;
 }
 
 int RunDemo(int argc, char** argv) {
-  const CommandSpec& spec = DemoSpec();
-  const ParseResult parsed = ParseArgs(spec, argc, argv);
+  const CommandSpec& cmdSpec = DemoSpec();
+  const ParseResult parsed = ParseArgs(cmdSpec, argc, argv);
   if (!parsed.args) return parsed.exitCode;
 
   std::string dir;
@@ -84,14 +84,14 @@ int RunDemo(int argc, char** argv) {
   if (keep) {
     dir = *keep;
     if (::mkdir(dir.c_str(), 0777) != 0 && errno != EEXIST) {
-      PrintError(spec, dir + ": " + std::strerror(errno));
+      PrintError(cmdSpec, dir + ": " + std::strerror(errno));
       return k_exitFailure;
     }
   } else {
     const char* tmp = std::getenv("TMPDIR");
     std::string pattern = std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") + "/nybase-demo-XXXXXX";
     if (::mkdtemp(pattern.data()) == nullptr) {
-      PrintError(spec, "cannot make a temporary directory: " + std::string(std::strerror(errno)));
+      PrintError(cmdSpec, "cannot make a temporary directory: " + std::string(std::strerror(errno)));
       return k_exitFailure;
     }
     dir = pattern;
@@ -105,7 +105,7 @@ int RunDemo(int argc, char** argv) {
     ::rmdir(dir.c_str());
   };
   auto fail = [&](const std::string& message) {
-    PrintError(spec, message);
+    PrintError(cmdSpec, message);
     cleanup();
     return k_exitFailure;
   };
@@ -176,7 +176,7 @@ int RunDemo(int argc, char** argv) {
   if (keep) std::printf("files kept in %s\n", dir.c_str());
   cleanup();
   if (matched != train.onsets.size() || extra) {
-    PrintError(spec, "FAILED: not every burst was found exactly once");
+    PrintError(cmdSpec, "FAILED: not every burst was found exactly once");
     return k_exitFailure;
   }
   std::printf("demo passed\n");

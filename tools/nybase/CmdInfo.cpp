@@ -171,7 +171,7 @@ std::string AsJson(const std::string& file, const NyAudioFileReader& r) {
 }  // namespace
 
 const CommandSpec& InfoSpec() {
-  static const CommandSpec spec{
+  static const CommandSpec cmdSpec{
       "info",
       "FILE... [--json] [-j N]",
       "show the format, length, markers, loop, hash and ADM objects of WAV files",
@@ -180,19 +180,19 @@ const CommandSpec& InfoSpec() {
       "  nybase info take1.wav take2.wav\n  nybase info --json *.wav > info.jsonl",
       1,
       SIZE_MAX};
-  return spec;
+  return cmdSpec;
 }
 
 int RunInfo(int argc, char** argv) {
-  const CommandSpec& spec = InfoSpec();
-  const ParseResult parsed = ParseArgs(spec, argc, argv);
+  const CommandSpec& cmdSpec = InfoSpec();
+  const ParseResult parsed = ParseArgs(cmdSpec, argc, argv);
   if (!parsed.args) return parsed.exitCode;
   const Args& args = *parsed.args;
   unsigned jobs = 0;
-  if (!ParseJobs(args, jobs)) return UsageError(spec, "-j needs a number of jobs from 1 to 1024");
+  if (!ParseJobs(args, jobs)) return UsageError(cmdSpec, "-j needs a number of jobs from 1 to 1024");
   const bool json = args.Has("json");
   const auto& files = args.Positional();
-  const size_t failed = RunInOrder(spec.name, files.size(), jobs, [&](size_t i, JobProgress&) {
+  const size_t failed = RunInOrder(cmdSpec.name, files.size(), jobs, [&](size_t i, JobProgress&) {
     std::string error;
     const auto reader = OpenWav(files[i], error);
     if (!reader) return FailedFile(files[i], error, json);

@@ -4,7 +4,7 @@
 namespace nybase::tool {
 
 const CommandSpec& MidiSpec() {
-  static const CommandSpec spec{
+  static const CommandSpec cmdSpec{
       "midi",
       "FILE [--json]",
       "show the tracks and events of a standard MIDI file",
@@ -13,7 +13,7 @@ const CommandSpec& MidiSpec() {
       "  nybase midi groove.mid",
       1,
       1};
-  return spec;
+  return cmdSpec;
 }
 
 int RunMidi(int argc, char** argv) {

@@ -65,7 +65,7 @@ std::string AsJson(const std::string& file, const Found& f, double sensitivity) 
 }  // namespace
 
 const CommandSpec& OnsetsSpec() {
-  static const CommandSpec spec{
+  static const CommandSpec cmdSpec{
       "onsets",
       "FILE... [--sensitivity S] [--json] [--write-cues OUT | --in-place] [-j N]",
       "find where sound events begin in WAV files",
@@ -84,33 +84,33 @@ const CommandSpec& OnsetsSpec() {
       "  nybase onsets drums.wav --write-cues drums-marked.wav",
       1,
       SIZE_MAX};
-  return spec;
+  return cmdSpec;
 }
 
 int RunOnsets(int argc, char** argv) {
-  const CommandSpec& spec = OnsetsSpec();
-  const ParseResult parsed = ParseArgs(spec, argc, argv);
+  const CommandSpec& cmdSpec = OnsetsSpec();
+  const ParseResult parsed = ParseArgs(cmdSpec, argc, argv);
   if (!parsed.args) return parsed.exitCode;
   const Args& args = *parsed.args;
   unsigned jobs = 0;
-  if (!ParseJobs(args, jobs)) return UsageError(spec, "-j needs a number of jobs from 1 to 1024");
+  if (!ParseJobs(args, jobs)) return UsageError(cmdSpec, "-j needs a number of jobs from 1 to 1024");
   double sensitivity = 1.0;
   if (const auto s = args.Value("sensitivity")) {
     if (!ParseDouble(*s, sensitivity) || !(sensitivity >= 0.0 && sensitivity <= 1.0)) {
-      return UsageError(spec, "--sensitivity needs a number from 0 to 1, not '" + *s + "'");
+      return UsageError(cmdSpec, "--sensitivity needs a number from 0 to 1, not '" + *s + "'");
     }
   }
   if (args.Has("write-cues") && args.Has("in-place")) {
-    return UsageError(spec, "--write-cues and --in-place exclude each other");
+    return UsageError(cmdSpec, "--write-cues and --in-place exclude each other");
   }
   if (args.Has("write-cues") && args.Positional().size() != 1) {
-    return UsageError(spec, "--write-cues takes exactly one FILE");
+    return UsageError(cmdSpec, "--write-cues takes exactly one FILE");
   }
   const auto cuesTo = args.Value("write-cues");
   const bool inPlace = args.Has("in-place");
   const bool json = args.Has("json");
   const auto& files = args.Positional();
-  const size_t failed = RunInOrder(spec.name, files.size(), jobs, [&](size_t i, JobProgress&) {
+  const size_t failed = RunInOrder(cmdSpec.name, files.size(), jobs, [&](size_t i, JobProgress&) {
     std::string error;
     Found found;
     {

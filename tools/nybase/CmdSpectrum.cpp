@@ -33,7 +33,7 @@ double BinHz(const Result& r, size_t k) { return static_cast<double>(k) * r.samp
 }  // namespace
 
 const CommandSpec& SpectrumSpec() {
-  static const CommandSpec spec{
+  static const CommandSpec cmdSpec{
       "spectrum",
       "FILE [--size N] [--window hann|hamming|triangular] [--svg OUT] [--json]",
       "show the spectrum of a WAV file and its strongest frequency",
@@ -46,18 +46,18 @@ const CommandSpec& SpectrumSpec() {
       "  nybase spectrum tone.wav --svg tone.svg",
       1,
       1};
-  return spec;
+  return cmdSpec;
 }
 
 int RunSpectrum(int argc, char** argv) {
-  const CommandSpec& spec = SpectrumSpec();
-  const ParseResult parsed = ParseArgs(spec, argc, argv);
+  const CommandSpec& cmdSpec = SpectrumSpec();
+  const ParseResult parsed = ParseArgs(cmdSpec, argc, argv);
   if (!parsed.args) return parsed.exitCode;
   const Args& args = *parsed.args;
   unsigned long long size = 4096;
   if (const auto s = args.Value("size")) {
     if (!ParseUnsigned(*s, 65536, size) || size < 16 || size % 2 != 0) {
-      return UsageError(spec, "--size needs an even number from 16 to 65536, not '" + *s + "'");
+      return UsageError(cmdSpec, "--size needs an even number from 16 to 65536, not '" + *s + "'");
     }
   }
   std::string windowName = args.Value("window").value_or("hann");
@@ -65,13 +65,13 @@ int RunSpectrum(int argc, char** argv) {
   if (windowName == "hamming") window = FFTHelper::Hamming;
   else if (windowName == "triangular") window = FFTHelper::Triangular;
   else if (windowName != "hann") {
-    return UsageError(spec, "--window must be hann, hamming or triangular, not '" + windowName + "'");
+    return UsageError(cmdSpec, "--window must be hann, hamming or triangular, not '" + windowName + "'");
   }
   const bool json = args.Has("json");
   const std::string file = args.Positional()[0];
   const auto svg = args.Value("svg");
 
-  const size_t failed = RunInOrder(spec.name, 1, 1, [&](size_t, JobProgress& progress) {
+  const size_t failed = RunInOrder(cmdSpec.name, 1, 1, [&](size_t, JobProgress& progress) {
     std::string error;
     {
       const auto reader = OpenWav(file, error);

@@ -4,7 +4,7 @@
 namespace nybase::tool {
 
 const CommandSpec& ToneSpec() {
-  static const CommandSpec spec{
+  static const CommandSpec cmdSpec{
       "tone",
       "OUT [--frequency HZ] [--duration S] [--rate R]",
       "write a test tone as a WAV file",
@@ -15,7 +15,7 @@ const CommandSpec& ToneSpec() {
       "  nybase tone a440.wav --frequency 440 --duration 2",
       1,
       1};
-  return spec;
+  return cmdSpec;
 }
 
 int RunTone(int argc, char** argv) {

@@ -38,7 +38,7 @@ std::string Reason(const lu::XmlValidationErrorInfo& info, const std::string& do
 }  // namespace
 
 const CommandSpec& ValidateSpec() {
-  static const CommandSpec spec{
+  static const CommandSpec cmdSpec{
       "validate",
       "DOC SCHEMA [--json]",
       "check an XML document against an XML Schema (.xsd)",
@@ -48,12 +48,12 @@ const CommandSpec& ValidateSpec() {
       "  nybase validate project.xml project.xsd",
       2,
       2};
-  return spec;
+  return cmdSpec;
 }
 
 int RunValidate(int argc, char** argv) {
-  const CommandSpec& spec = ValidateSpec();
-  const ParseResult parsed = ParseArgs(spec, argc, argv);
+  const CommandSpec& cmdSpec = ValidateSpec();
+  const ParseResult parsed = ParseArgs(cmdSpec, argc, argv);
   if (!parsed.args) return parsed.exitCode;
   const bool json = parsed.args->Has("json");
   const std::string doc = parsed.args->Positional()[0];
@@ -83,7 +83,7 @@ int RunValidate(int argc, char** argv) {
     std::printf("%s: valid against %s\n", doc.c_str(), schema.c_str());
   }
   if (!error.empty()) {
-    PrintError(spec, error);
+    PrintError(cmdSpec, error);
     return k_exitFailure;
   }
   return k_exitOk;

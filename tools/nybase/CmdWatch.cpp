@@ -4,7 +4,7 @@
 namespace nybase::tool {
 
 const CommandSpec& WatchSpec() {
-  static const CommandSpec spec{
+  static const CommandSpec cmdSpec{
       "watch",
       "DIR [--json]",
       "print the changes made in a directory until interrupted",
@@ -13,7 +13,7 @@ const CommandSpec& WatchSpec() {
       "  nybase watch ~/takes",
       1,
       1};
-  return spec;
+  return cmdSpec;
 }
 
 int RunWatch(int argc, char** argv) {

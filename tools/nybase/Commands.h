@@ -6,7 +6,7 @@
 namespace nybase::tool {
 
 struct Command {
-  const CommandSpec& (*spec)();
+  const CommandSpec& (*cmdSpec)();
   // Runs the command on the arguments that follow its name; returns the exit code.
   int (*run)(int argc, char** argv);
 };

@@ -20,9 +20,9 @@ std::string TopLevelUsage() {
       "\n"
       "commands:\n";
   for (const Command& c : k_commands) {
-    std::string left = std::string("  ") + c.spec().name;
+    std::string left = std::string("  ") + c.cmdSpec().name;
     left.resize(14, ' ');
-    s += left + c.spec().summary + "\n";
+    s += left + c.cmdSpec().summary + "\n";
   }
   s +=
       "\n"
@@ -54,7 +54,7 @@ int main(int argc, char** argv) {
     return k_exitOk;
   }
   for (const Command& c : k_commands) {
-    if (arg == c.spec().name) return c.run(argc - 2, argv + 2);
+    if (arg == c.cmdSpec().name) return c.run(argc - 2, argv + 2);
   }
   std::fprintf(stderr, "nybase: unknown command '%s' (try 'nybase --help')\n", argv[1]);
   return k_exitUsage;
