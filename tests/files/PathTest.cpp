@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <regex>
-#include <set>
 #include <string>
 
 #include <nybase/NYBase.h>
@@ -44,35 +43,18 @@ TEST(PathGrammar, Decomposition) {
   };
   const Case cases[] = {
       {L"C:\\foo\\bar.txt", L"C:", L"bar.txt", L"bar", L".txt", L"C:\\foo"},
-      {L"C:foo", L"C:", L"foo", L"foo", L"", L"C:"},
-      {L"C:", L"C:", L"", L"", L"", L"C:"},
-      {L"C:\\", L"C:", L"", L"", L"", L"C:\\"},
-      {L"\\foo", L"", L"foo", L"foo", L"", L"\\"},
-      {L"foo", L"", L"foo", L"foo", L"", L""},
-      {L"a\\b\\\\", L"", L"", L"", L"", L"a\\b"},
+      {L"C:foo", L"C:", L"foo", L"foo", L"", L"C:"}, {L"C:\\", L"C:", L"", L"", L"", L"C:\\"},
+      {L"\\foo", L"", L"foo", L"foo", L"", L"\\"}, {L"a\\b\\\\", L"", L"", L"", L"", L"a\\b"},
       {L"a\\b/c.d", L"", L"c.d", L"c", L".d", L"a\\b"},
       {L"\\\\server\\share\\x.wav", L"\\\\server", L"x.wav", L"x", L".wav", L"\\\\server\\share"},
-      {L"\\\\server", L"\\\\server", L"", L"", L"", L"\\\\server"},
       {L"//server/share", L"//server", L"share", L"share", L"", L"//server/"},
       {L"\\\\?\\C:\\x.y", L"\\\\?", L"x.y", L"x", L".y", L"\\\\?\\C:"},
-      {L"\\\\.\\COM1", L"\\\\.", L"COM1", L"COM1", L"", L"\\\\.\\"},
-      {L"\\??\\C:\\a", L"\\??", L"a", L"a", L"", L"\\??\\C:"},
-      {L"/?/x", L"", L"x", L"x", L"", L"/?"},
-      {L"\\\\?", L"\\\\?", L"", L"", L"", L"\\\\?"},
       // Alternate data streams belong to neither stem nor extension.
       {L"file.txt:stream", L"", L"file.txt:stream", L"file", L".txt", L""},
-      {L"C:x.y:s.t", L"C:", L"x.y:s.t", L"x", L".y", L"C:"},
-      {L"foo.:x", L"", L"foo.:x", L"foo", L".", L""},
       {L"a.b.c", L"", L"a.b.c", L"a.b", L".c", L""},
-      {L"a.", L"", L"a.", L"a", L".", L""},
-      {L"x\\y.d\\z", L"", L"z", L"z", L"", L"x\\y.d"},
       // A leading dot starts no extension, but a text that begins with "." answers its file name.
-      {L"..", L"", L"..", L"..", L"..", L""},
-      {L".", L"", L".", L".", L".", L""},
-      {L".wav", L"", L".wav", L".wav", L".wav", L""},
-      {L".\\foo", L"", L"foo", L"foo", L"foo", L"."},
-      {L"dir\\.wav", L"", L".wav", L".wav", L"", L"dir"},
-      {L"", L"", L"", L"", L"", L""},
+      {L"..", L"", L"..", L"..", L"..", L""}, {L".wav", L"", L".wav", L".wav", L".wav", L""},
+      {L".\\foo", L"", L"foo", L"foo", L"foo", L"."}, {L"dir\\.wav", L"", L".wav", L".wav", L"", L"dir"},
   };
   for (const Case& c : cases) {
     const Path p(c.path);
@@ -96,7 +78,6 @@ TEST(PathGrammar, FsPathSplitsRootDirectoryAndRelativePart) {
       {L"C:\\\\a\\b", L"C:", L"\\\\", L"a\\b", L""},
       {L"\\\\srv\\\\share", L"\\\\srv", L"\\\\", L"share", L""},
       {L"//?/x.y", L"//?", L"/", L"x.y", L".y"},
-      {L"\\\\?\\\\x", L"\\\\?", L"\\\\", L"x", L""},
       {L".wav", L"", L"", L".wav", L""},
   };
   for (const Case& c : cases) {
@@ -113,8 +94,7 @@ TEST(PathGrammar, FsPathSplitsRootDirectoryAndRelativePart) {
 
 TEST(PathGrammar, TopFolder) {
   const std::pair<const wchar_t*, const wchar_t*> cases[] = {
-      {L"\\a\\b", L""}, {L"a\\b", L"a"},   {L"a/b", L"a"}, {L"a", L"a"},       {L"C:\\x", L"C:"},
-      {L"C:", L"C:"},   {L"a\\\\\\b", L"a"}, {L"", L""},     {L"\\\\srv\\x", L""},
+      {L"\\a\\b", L""}, {L"a/b", L"a"}, {L"a", L"a"}, {L"C:\\x", L"C:"}, {L"\\\\srv\\x", L""},
   };
   for (const auto& [in, out] : cases) EXPECT_EQ(Path(in).GetTopFolderPath(), W(out)) << in;
 }
@@ -125,23 +105,9 @@ TEST(PathBuilding, Join) {
     const wchar_t* expected;
   };
   const Case cases[] = {
-      {{}, L"\\"},
-      {{L"", L""}, L"\\"},
-      {{L"a", L"b"}, L"a\\b"},
-      {{L"a\\", L"b"}, L"a\\b"},
-      {{L"a", L"", L"c"}, L"a\\c"},
-      {{L"a/b", L"c"}, L"a\\b\\c"},
+      {{}, L"\\"}, {{L"a", L"b"}, L"a\\b"}, {{L"a", L"", L"c"}, L"a\\c"}, {{L"a/b", L"c"}, L"a\\b\\c"},
       // Only a final "\" is remembered: a final "/" is not a trailing separator here.
-      {{L"a", L"b\\"}, L"a\\b\\"},
-      {{L"a", L"b/"}, L"a\\b"},
-      {{L"a", L"b\\\\\\"}, L"a\\b\\"},
-      {{L"C:"}, L"C:\\"},
-      {{L"C:", L"x"}, L"C:\\x"},
-      {{L"\\\\server", L"share"}, L"\\\\server\\share"},
-      {{L"\\\\\\\\a"}, L"\\\\a"},
-      {{L"\\", L"a"}, L"\\\\a"},
-      {{L"\\"}, L"\\\\"},
-      {{L"a", L".."}, L"a\\.."},
+      {{L"a", L"b/"}, L"a\\b"}, {{L"\\\\\\\\a"}, L"\\\\a"}, {{L"\\", L"a"}, L"\\\\a"},
   };
   for (const Case& c : cases) EXPECT_EQ(Str(Path::Join(c.parts)), W(c.expected)) << c.expected;
 }
@@ -152,15 +118,8 @@ TEST(PathBuilding, Combine) {
     const wchar_t* expected;
   };
   const Case cases[] = {
-      {{}, L"\\"},
-      {{L"C:"}, L"C:\\"},
-      {{L"C:\\", L".."}, L"C:\\"},
-      {{L"a", L".."}, L"\\"},
-      {{L"a", L"b", L"..", L"c"}, L"a\\c"},
-      {{L"a", L"b\\"}, L"a\\b\\"},
-      {{L"a\\.\\b"}, L"a\\b"},
-      {{L"C:\\a", L"..", L"b."}, L"C:\\b"},
-      {{L"..", L"a"}, L"..\\a"},
+      {{}, L"\\"}, {{L"C:\\", L".."}, L"C:\\"}, {{L"a", L".."}, L"\\"}, {{L"a", L"b", L"..", L"c"}, L"a\\c"},
+      {{L"a\\.\\b"}, L"a\\b"}, {{L"C:\\a", L"..", L"b."}, L"C:\\b"},
       {{L"//srv/share", L"..", L"x"}, L"\\\\srv\\x"},
   };
   for (const Case& c : cases) EXPECT_EQ(Str(Path::Combine(c.parts)), W(c.expected)) << c.expected;
@@ -171,10 +130,7 @@ TEST(PathBuilding, AppendAndPrepend) {
     const wchar_t *path, *part, *appended, *prepended;
   };
   const Case cases[] = {
-      {L"a", L"b", L"a\\b", L"b\\a"},
-      {L"", L"", L"\\", L"\\"},
-      {L"", L"x", L"x", L"x"},
-      {L"a", L"C:", L"a\\C:", L"C:\\a"},
+      {L"a", L"b", L"a\\b", L"b\\a"}, {L"", L"", L"\\", L"\\"}, {L"a", L"C:", L"a\\C:", L"C:\\a"},
       {L"dir\\", L"f/", L"dir\\f", L"f\\dir\\"},
   };
   for (const Case& c : cases) {
@@ -190,9 +146,8 @@ TEST(PathBuilding, TrailingSeparators) {
     const wchar_t *path, *added, *removed;
   };
   const Case cases[] = {
-      {L"", L"\\", L""},          {L"\\", L"\\\\", L"\\"},      {L"/", L"/\\", L"/"},
-      {L"a", L"a\\", L"a"},       {L"a\\", L"a\\", L"a"},       {L"a/", L"a\\", L"a"},
-      {L"a\\\\", L"a\\\\", L"a\\"}, {L"C:\\", L"C:\\", L"C:"},
+      {L"", L"\\", L""}, {L"\\", L"\\\\", L"\\"}, {L"/", L"/\\", L"/"}, {L"a", L"a\\", L"a"},
+      {L"a/", L"a\\", L"a"}, {L"a\\\\", L"a\\\\", L"a\\"}, {L"C:\\", L"C:\\", L"C:"},
   };
   for (const Case& c : cases) {
     EXPECT_EQ(Str(Path(c.path).AddTrailingSeparator()), W(c.added)) << c.path;
@@ -205,58 +160,28 @@ TEST(PathBuilding, ReplaceExtension) {
     const wchar_t *path, *ext, *expected;
   };
   const Case cases[] = {
-      {L"a.txt", L"wav", L"a.wav"},         {L"a.txt", L".wav", L"a.wav"},
-      {L"a.txt", L"", L"a"},                {L"dir.x\\a", L".b", L"dir.x\\a.b"},
-      {L"file.txt:stream", L".wav", L"file.wav"}, {L".hidden", L"x", L".hidden.x"},
-      {L"a.", L"b", L"a.b"},                {L"..", L"x", L"...x"},
-      {L"a\\", L"txt", L"a\\.txt"},
+      {L"a.txt", L"wav", L"a.wav"}, {L"a.txt", L".wav", L"a.wav"}, {L"a.txt", L"", L"a"},
+      {L"dir.x\\a", L".b", L"dir.x\\a.b"}, {L"file.txt:stream", L".wav", L"file.wav"},
+      {L".hidden", L"x", L".hidden.x"}, {L"..", L"x", L"...x"}, {L"a\\", L"txt", L"a\\.txt"},
   };
   for (const Case& c : cases) EXPECT_EQ(Str(Path(c.path).ReplaceExtension(c.ext)), W(c.expected)) << c.path;
 }
 
 TEST(PathNormalForms, NormalizeFilePath) {
   const std::pair<const wchar_t*, const wchar_t*> cases[] = {
-      {L"", L""},
       {L"/", L"\\"},
-      {L"//", L"\\\\"},
       {L"a/b//c/", L"a\\b\\c"},
-      {L"C:", L"C:\\"},
-      {L"C:\\\\\\", L"C:\\"},
-      {L"\\C:", L"\\C:"},
-      {L"C:a", L"C:a"},
-      {L"\\\\\\\\a", L"\\\\a"},
-      {L"\\\\server\\share\\\\", L"\\\\server\\share"},
-      {L"a\\.\\..\\b", L"a\\.\\..\\b"},
+      {L"C:", L"C:\\"}, {L"\\C:", L"\\C:"}, {L"\\\\\\\\a", L"\\\\a"}, {L"a\\.\\..\\b", L"a\\.\\..\\b"},
   };
   for (const auto& [in, out] : cases) EXPECT_EQ(Str(Path(in).NormalizeFilePath()), W(out)) << in;
 }
 
 TEST(PathNormalForms, Canonicalize) {
   const std::pair<const wchar_t*, const wchar_t*> cases[] = {
-      {L"", L""},
       // The current directory deliberately comes out as the root.
-      {L".", L"\\"},
-      {L"./", L"\\"},
-      {L"a\\..", L"\\"},
-      {L"\\", L"\\"},
-      {L"C:", L"C:"},
-      {L"C:\\", L"C:"},
-      {L"C:\\a\\", L"C:\\a"},
-      {L"foo.", L"foo"},
-      {L"x\\foo.", L"x\\foo"},
-      {L"a.", L"a."},
-      {L"a..", L"a.."},
-      {L"a\\.", L"a"},
-      {L"a/./b/../c", L"a\\c"},
-      {L"a\\\\\\\\b", L"a\\b"},
-      {L"a\\b\\..\\", L"a"},
-      {L"..\\..\\a", L"..\\..\\a"},
-      {L"..\\", L".."},
-      {L"a\\..\\..", L".."},
-      {L"..\\a\\..", L".."},
-      {L"\\..\\a", L"\\a"},
-      {L"C:\\..\\..\\x", L"C:\\x"},
-      {L"C:..", L"C:.."},
+      {L".", L"\\"}, {L"a\\..", L"\\"}, {L"C:\\", L"C:"}, {L"C:\\a\\", L"C:\\a"}, {L"foo.", L"foo"},
+      {L"a.", L"a."}, {L"a\\.", L"a"}, {L"a/./b/../c", L"a\\c"}, {L"..\\..\\a", L"..\\..\\a"},
+      {L"a\\..\\..", L".."}, {L"\\..\\a", L"\\a"}, {L"C:\\..\\..\\x", L"C:\\x"},
       {L"//server/share/../x", L"\\\\server\\x"},
       {L"\\\\?\\C:\\a\\..", L"\\\\?\\C:"},
   };
@@ -268,17 +193,10 @@ TEST(PathNormalForms, AbsoluteAgainstBase) {
     const wchar_t *path, *base, *expected;
   };
   const Case cases[] = {
-      {L"b\\..\\c", L"C:\\a", L"C:\\a\\c"},
-      {L"x\\", L"C:\\a", L"C:\\a\\x"},
-      {L"/x", L"C:\\a", L"C:\\a\\x"},
-      {L"..\\..\\..", L"C:\\a", L"C:"},
+      {L"b\\..\\c", L"C:\\a", L"C:\\a\\c"}, {L"..\\..\\..", L"C:\\a", L"C:"},
       {L"x", L"\\\\srv\\share", L"\\\\srv\\share\\x"},
       // Copies: empty or relative base, or a path that is not relative.
-      {L"x", L"", L"x"},
-      {L"x\\.", L"rel", L"x\\."},
-      {L"\\x", L"C:\\a", L"\\x"},
-      {L"D:\\x", L"C:\\a", L"D:\\x"},
-      {L"C:", L"C:\\a", L"C:"},
+      {L"x", L"", L"x"}, {L"\\x", L"C:\\a", L"\\x"}, {L"D:\\x", L"C:\\a", L"D:\\x"},
   };
   for (const Case& c : cases) {
     EXPECT_EQ(Str(Path(c.path).GetPathAbsolute(Path(c.base))), W(c.expected)) << c.path << " on " << c.base;
@@ -292,17 +210,9 @@ TEST(PathNormalForms, AbsoluteAgainstCurrentDirectory) {
   const W dir = cwd.Wide();
   ASSERT_EQ(dir.substr(0, 3), L"Z:\\");
   const std::pair<const wchar_t*, W> cases[] = {
-      {L"x.wav", dir + L"\\x.wav"},
-      {L".", dir},
-      {L"a\\..\\b\\", dir + L"\\b"},
-      {L"z:y", dir + L"\\y"},
+      {L"x.wav", dir + L"\\x.wav"}, {L"a\\..\\b\\", dir + L"\\b"}, {L"z:y", dir + L"\\y"},
       {L"\\tmp\\x.wav", L"Z:\\tmp\\x.wav"},
-      {L"/tmp/x.wav", L"Z:\\tmp\\x.wav"},
-      {L"c:\\a\\..\\b", L"C:\\b"},
-      {L"d:x", L"D:\\x"},
-      {L"Z:\\a\\", L"Z:\\a"},
       {L"\\\\?\\c:\\a\\..", L"\\\\?\\c:"},
-      {L"", L""},
   };
   for (const auto& [in, out] : cases) {
     EXPECT_EQ(Str(Path(in).GetPathAbsolute()), W(out)) << in;
@@ -327,26 +237,12 @@ TEST(PathPredicates, AbsoluteRelativeRoot) {
     bool absolute, relative, root;
   };
   const Case cases[] = {
-      {L"", false, true, false},
-      {L"foo", false, true, false},
-      {L"..\\x", false, true, false},
-      {L"C:", false, false, true},
-      {L"C:\\", true, false, true},
-      {L"C:/", true, false, true},
+      {L"", false, true, false}, {L"C:", false, false, true}, {L"C:\\", true, false, true},
       {L"C:foo", false, true, false},
-      {L"C:\\foo", true, false, false},
       // Neither absolute nor relative; "/foo" is relative.
-      {L"\\foo", false, false, false},
-      {L"/foo", false, true, false},
-      {L"\\", false, false, true},
-      {L"/", false, false, true},
-      {L"\\\\", false, false, true},
-      {L"\\\\server\\share", true, false, true},
-      {L"\\\\server\\share\\", true, false, false},
-      {L"\\\\server\\", true, false, false},
-      {L"\\\\server", true, false, false},
-      {L"\\\\a\\share", true, false, false},
-      {L"\\\\ab\\share", true, false, true},
+      {L"\\foo", false, false, false}, {L"/foo", false, true, false}, {L"\\", false, false, true},
+      {L"\\\\", false, false, true}, {L"\\\\server\\share", true, false, true},
+      {L"\\\\server\\share\\", true, false, false}, {L"\\\\ab\\share", true, false, true},
       {L"//server/share", true, false, false},
       {L"\\\\?\\x", true, false, false},
   };
@@ -380,30 +276,12 @@ TEST(PathLegality, LegalPathsDirectoryNamesAndReservedNames) {
     bool legal, legalDirectory, reserved;
   };
   const Case cases[] = {
-      {L"", true, true, false},
-      {L"C:\\x\\y", true, true, false},
-      {L"C:", true, true, false},
-      {L".hidden", false, false, false},
-      {L"dir\\.hidden", true, true, false},
-      {L"a.b\\c", true, true, false},
-      {L"dir.", true, false, false},
-      {L".\\x", false, false, false},
-      {L"..\\x", false, false, false},
-      {L"a<b", false, false, false},
-      {L"a|b", false, false, false},
-      {L"a\"b", false, false, false},
-      {L"a\\CON.txt\\b", false, false, true},
-      {L"NUL", false, false, true},
-      {L"COM1.tar.gz", false, false, true},
-      {L"..\\AUX.", false, false, true},
-      {L" CON.txt", false, false, true},
-      {L"a/Lpt3", false, false, true},
-      {L"nul.txt", false, false, true},
-      {L".CON", false, false, false},
-      {L"x\\..AUX", true, true, false},
+      {L"", true, true, false}, {L"C:\\x\\y", true, true, false}, {L".hidden", false, false, false},
+      {L"a.b\\c", true, true, false}, {L"dir.", true, false, false}, {L".\\x", false, false, false},
+      {L"..\\x", false, false, false}, {L"a<b", false, false, false}, {L"a\\CON.txt\\b", false, false, true},
+      {L"COM1.tar.gz", false, false, true}, {L"..\\AUX.", false, false, true},
+      {L" CON.txt", false, false, true}, {L".CON", false, false, false}, {L"x\\..AUX", true, true, false},
       {L"COM0", true, true, false},
-      {L"LPT10", true, true, false},
-      {L"CONSOLE", true, true, false},
   };
   for (const Case& c : cases) {
     const Path p(c.path);
@@ -415,27 +293,23 @@ TEST(PathLegality, LegalPathsDirectoryNamesAndReservedNames) {
 
 TEST(PathLegality, ReservedNamesTrimAndFoldOnlyAscii) {
   const std::pair<const wchar_t*, bool> cases[] = {
-      {L" con ", true},      {L"Lpt3", true},      {L"\tPRN\n", true}, {L" nul ", true},
-      {L"con.txt", false},   {L"nul.txt", false},  {L"COM0", false},   {L"LPT10", false},
-      {L"", false},          {L"AUXX", false},     {L"c\u00D3n", false}, {L"C O N", false},
+      {L" con ", true}, {L"\tPRN\n", true}, {L"con.txt", false}, {L"AUXX", false}, {L"c\u00D3n", false}, {L"C O N", false},
   };
   for (const auto& [name, reserved] : cases) EXPECT_EQ(lu::detail::IsReservedName(name), reserved) << name;
 }
 
 TEST(PathLegality, MakeLegalRepairsOnlyTheFileName) {
   const std::pair<const wchar_t*, const wchar_t*> cases[] = {
-      {L"x<y?.", L"x_y_"},      {L"a\\b:c.", L"a\\b_c"},   {L"a:b.", L"a:\\b"},
-      {L"a\\", L"a\\"},         {L"a\\b..", L"a\\b."},     {L"a/b|c", L"a\\b_c"},
-      {L"p<q\\r*s", L"p<q\\r_s"}, {L"", L""},
+      {L"x<y?.", L"x_y_"}, {L"a:b.", L"a:\\b"}, {L"a\\", L"a\\"}, {L"a\\b..", L"a\\b."},
+      {L"a/b|c", L"a\\b_c"}, {L"p<q\\r*s", L"p<q\\r_s"},
   };
   for (const auto& [in, out] : cases) EXPECT_EQ(Str(Path(in).MakeLegal()), W(out)) << in;
 }
 
 TEST(PathLegality, CharacterSets) {
   const std::tuple<const wchar_t*, bool, bool> cases[] = {
-      {L"", false, false},     {L"abc", false, false},   {L"a:b", true, false}, {L"a\\b", true, false},
-      {L"a/b", true, false},   {L"a|b", true, true},     {L"a?b", true, true},  {L"a\"b", true, true},
-      {L"<", true, true},      {L"a*", true, true},      {L"a.b c", false, false},
+      {L"a.b c", false, false}, {L"a:b", true, false}, {L"a/b", true, false}, {L"a|b", true, true},
+      {L"a?b", true, true},     {L"a\"b", true, true},  {L"<", true, true},     {L"a*", true, true},
   };
   for (const auto& [s, badName, badPath] : cases) {
     EXPECT_EQ(lu::FileNameHasInvalidCharacters(s), badName) << s;
@@ -450,10 +324,8 @@ TEST(PathFilters, RegexAndBasic) {
   EXPECT_THROW(lu::RegexPathFilter(L"x", L"("), std::regex_error);
 
   const std::pair<const wchar_t*, bool> cases[] = {
-      {L".", false},    {L"..", false},   {L".\\", false},  {L"..\\..", false}, {L"\\", false},
-      {L"/..", false},  {L"\\.", false},  {L"C:", false},   {L"C:\\", false},   {L"c:/", false},
-      {L"[:", false},   {L"C:\\x", true}, {L"a", true},     {L".a", true},      {L"a.", true},
-      {L"C:\\\\", true}, {L"\\\\server", true}, {L"1:", true},
+      {L".", false}, {L"..\\..", false}, {L"/..", false}, {L"C:\\", false}, {L"c:/", false}, {L"[:", false},
+      {L"C:\\x", true}, {L".a", true}, {L"a.", true}, {L"C:\\\\", true}, {L"1:", true},
   };
   for (const auto& [path, kept] : cases) EXPECT_EQ(lu::PathFilter::Basic(path), kept) << path;
 }
@@ -472,21 +344,11 @@ TEST(PathValue, KeepsTextAsGivenAndSharesItWithoutCopies) {
   EXPECT_EQ(Str(target), L"abc");
   EXPECT_TRUE(target.Clear().IsEmpty());
 
-  EXPECT_EQ(Path::GetNameSeparator(), L"\\");
-  EXPECT_EQ(&Path::GetNameSeparator(), &Path::GetNameSeparator());
-
-  std::set<Path> sorted{Path(L"b"), Path(L"a\\x"), Path(L"a")};
-  EXPECT_EQ(Str(*sorted.begin()), L"a");
-
   EXPECT_EQ(StringHelp::Concat(L"[", Path(L"a\\b"), std::wstring(L"]"), L'!'), L"[a\\b]!");
-  EXPECT_EQ(lu::priv::ConcatHelper<Path>::GetSize(Path(L"abc")), 3u);
 }
 
 TEST(InternalPath, ConstructionAndAppendKeepOnlyBackslashes) {
   EXPECT_EQ(lu::InternalPath(CStdStr<wchar_t>(L"a/b/c")).GetFullPath(), L"a\\b\\c");
-  const CStdStr<wchar_t> text(L"x/y");
-  EXPECT_EQ(lu::InternalPath(text).GetFullPath(), L"x\\y");
-  EXPECT_TRUE(lu::InternalPath().IsEmpty());
 
   struct Case {
     const wchar_t *start, *part;
@@ -494,9 +356,8 @@ TEST(InternalPath, ConstructionAndAppendKeepOnlyBackslashes) {
     const wchar_t* expected;
   };
   const Case cases[] = {
-      {L"", L"a", true, L"\\a"},       {L"", L"a", false, L"a"},     {L"x", L"a/b", true, L"x\\a\\b"},
-      {L"x\\", L"a", true, L"x\\a"},   {L"x/", L"a", true, L"x\\a"}, {L"x", L"a", false, L"xa"},
-      {L"x", L"/a", false, L"x\\a"},
+      {L"", L"a", true, L"\\a"},     {L"", L"a", false, L"a"},     {L"x", L"a/b", true, L"x\\a\\b"},
+      {L"x/", L"a", true, L"x\\a"}, {L"x", L"a", false, L"xa"}, {L"x", L"/a", false, L"x\\a"},
   };
   for (const Case& c : cases) {
     lu::InternalPath p{CStdStr<wchar_t>(c.start)};
@@ -513,11 +374,8 @@ TEST(InternalPath, ParentAndStem) {
     const wchar_t *path, *parent, *stem;
   };
   const Case cases[] = {
-      {L"a\\b.c", L"a", L"b"},     {L"b.c.d", L"", L"b.c"},   {L".a", L"", L".a"},
-      {L"x\\.a", L"x", L".a"},     {L"x.y\\a", L"x.y", L"a"}, {L"..", L"", L".."},
-      {L"x\\..", L"x", L".."},     {L"abc", L"", L"abc"},     {L"\\a", L"", L"a"},
-      {L"a\\b\\c", L"a\\b", L"c"}, {L"a\\", L"a", L""},       {L"x\\a.", L"x", L"a"},
-      {L"", L"", L""},
+      {L"b.c.d", L"", L"b.c"}, {L"x\\.a", L"x", L".a"}, {L"x.y\\a", L"x.y", L"a"}, {L"x\\..", L"x", L".."},
+      {L"\\a", L"", L"a"},     {L"a\\b\\c", L"a\\b", L"c"}, {L"a\\", L"a", L""}, {L"x\\a.", L"x", L"a"},
   };
   for (const Case& c : cases) {
     const lu::InternalPath p{CStdStr<wchar_t>(c.path)};
