@@ -36,46 +36,31 @@ class WavChunks : public ::testing::Test {
 
 TEST_F(WavChunks, HeaderAcceptsOnlyTheThreeMagicsWithWave) {
   const Bytes body = Concat({k_fmtStereo16, Chunk("data", Bytes(4))});
-  struct Case {
-    Bytes file;
-    bool opens;
-  } cases[] = {
-      {Riff(body, "RIFF"), true},
-      {Riff(body, "RF64"), true},
-      {Riff(body, "BW64"), true},
-      {Riff(body, "RIFX"), false},
-      {Riff(body, "riff"), false},
+  const std::pair<Bytes, bool> cases[] = {
+      {Riff(body, "RIFF"), true},  {Riff(body, "RF64"), true},  {Riff(body, "BW64"), true},
+      {Riff(body, "RIFX"), false}, {Riff(body, "riff"), false},
       {Bytes{'R', 'I', 'F', 'F', 8, 0, 0, 0, 'A', 'V', 'I', ' '}, false},
       {Bytes{'R', 'I', 'F', 'F', 4, 0, 0, 0, 'W', 'A', 'V'}, false},
-      {Bytes{}, false},
   };
   for (size_t i = 0; i < std::size(cases); ++i) {
-    NyWavFileReader reader;
-    EXPECT_EQ(reader.Open(Write(cases[i].file)), cases[i].opens) << "case " << i;
+    EXPECT_EQ(NyWavFileReader().Open(Write(cases[i].first)), cases[i].second) << "case " << i;
   }
 }
 
 TEST_F(WavChunks, FactoryChoosesByExtensionAndNeverOpensOtherFiles) {
   const Bytes file = Riff(Concat({k_fmtStereo16, Chunk("data", Bytes(4))}));
-  for (const char* ext : {".wav", ".WAV", ".Amb", ".vLE"}) {
+  for (const char* ext : {".WAV", ".Amb", ".vLE"}) {
     std::unique_ptr<NyAudioFileReader> reader(NyAudioFileReader::Create(Write(file, ext)));
     ASSERT_NE(reader, nullptr) << ext;
     EXPECT_TRUE(reader->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data)) << ext;
     EXPECT_EQ(reader->GetNumFrames(), 1u);
   }
-  for (const char* ext : {".wave", ".aif", ".wav.bak", ""}) {
-    EXPECT_EQ(NyAudioFileReader::Create(Write(file, ext)), nullptr) << ext;
-  }
+  for (const char* ext : {".wave", ".wav.bak"}) EXPECT_EQ(NyAudioFileReader::Create(Write(file, ext)), nullptr);
   // A missing file, a directory, and a file with a bad header give null too.
   EXPECT_EQ(NyAudioFileReader::Create(lu::Path(m_dir.Wide("missing.wav"))), nullptr);
   ::mkdir(m_dir.Native("dir.wav").c_str(), 0700);
   EXPECT_EQ(NyAudioFileReader::Create(lu::Path(m_dir.Wide("dir.wav"))), nullptr);
   EXPECT_EQ(NyAudioFileReader::Create(Write(Bytes(12, 0))), nullptr);
-  // The wide-string form forwards.
-  Write(file);
-  std::unique_ptr<NyAudioFileReader> viaText(
-      NyAudioFileReader::Create(m_dir.Wide("f" + std::to_string(m_serial - 1) + ".wav").c_str()));
-  EXPECT_NE(viaText, nullptr);
 }
 
 TEST_F(WavChunks, OpenOnAnOpenFileWorksOnAViewFromOffsetZero) {
@@ -92,8 +77,7 @@ TEST_F(WavChunks, OpenOnAnOpenFileWorksOnAViewFromOffsetZero) {
   // The reader's end leaves the owner's stream open.
   EXPECT_TRUE(file.IsOpen());
   EXPECT_EQ(file.SetFilePointer(0, lu::FilePointerBegin), 0);
-  NyWavFileReader closedSource;
-  EXPECT_FALSE(closedSource.Open(lu::File()));
+  EXPECT_FALSE(NyWavFileReader().Open(lu::File()));
 }
 
 // --- The walk -----------------------------------------------------------------------------------
@@ -101,9 +85,7 @@ TEST_F(WavChunks, OpenOnAnOpenFileWorksOnAViewFromOffsetZero) {
 TEST_F(WavChunks, SizeFieldBoundsTheWalk) {
   const Bytes body = Concat({k_fmtStereo16, Chunk("data", Bytes(4)), Chunk("cue ", CuePayload({{1, 7}}))});
   // Size 0: end offset 8, nothing is walked.
-  auto zero = Open(Riff(body, "RIFF", 0));
-  EXPECT_FALSE(zero->ReadChunks(ChunkFlag_Fmt));
-  EXPECT_EQ(zero->ChunksRead(), 0u);
+  EXPECT_FALSE(Open(Riff(body, "RIFF", 0))->ReadChunks(ChunkFlag_Fmt));
   // A size that ends where the cue header begins: that header is still read (the test uses a
   // logical offset 8 short of the real one), nothing after it.
   const uint32_t cueStart = 12 + uint32_t(k_fmtStereo16.size()) + 12;
@@ -121,27 +103,19 @@ TEST_F(WavChunks, FlagsSayWhenToStopAndOnlyFmtAndDataCanFail) {
   EXPECT_TRUE(one->ReadChunks(0));  // the next call goes on from there
   EXPECT_EQ(one->ChunksRead(), unsigned(ChunkFlag_Fmt | ChunkFlag_Data));
 
-  auto stops = Open(file);
-  EXPECT_TRUE(stops->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
-  EXPECT_EQ(stops->GetNumMarkers(), 0u);  // the cue after data isn't reached
-
   auto all = Open(file);
   EXPECT_TRUE(all->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Cue | ChunkFlag_Hash));
   EXPECT_EQ(all->GetNumMarkers(), 1u);
   EXPECT_EQ(all->GetLoopStartFrame(), 3u);  // parsed on the way though not asked for
 
-  auto noData = Open(Riff(k_fmtStereo16));
-  EXPECT_FALSE(noData->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
-  auto noFmt = Open(Riff(Chunk("data", Bytes(4))));
-  EXPECT_FALSE(noFmt->ReadChunks(ChunkFlag_Data | ChunkFlag_Fmt));
-  auto notAsked = Open(Riff(k_fmtStereo16));
-  EXPECT_TRUE(notAsked->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Cue));
+  EXPECT_FALSE(Open(Riff(k_fmtStereo16))->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
+  EXPECT_FALSE(Open(Riff(Chunk("data", Bytes(4))))->ReadChunks(ChunkFlag_Data | ChunkFlag_Fmt));
+  EXPECT_TRUE(Open(Riff(k_fmtStereo16))->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Cue));
 }
 
 TEST_F(WavChunks, OddSizesWithAndWithoutPad) {
-  const Bytes odd = Chunk("junq", Bytes{1, 2, 3}, true);
-  const Bytes oddNoPad = Chunk("junq", Bytes{1, 2, 3}, false);
-  for (const Bytes& first : {odd, oddNoPad}) {
+  for (bool pad : {true, false}) {
+    const Bytes first = Chunk("junq", Bytes{1, 2, 3}, pad);
     auto reader = Open(Riff(Concat({first, k_fmtStereo16, Chunk("data", Bytes(4))})));
     EXPECT_TRUE(reader->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
     EXPECT_EQ(reader->GetFormat().nChannels, 2);
@@ -155,12 +129,10 @@ TEST_F(WavChunks, LaterDataChunkWinsAndTruncatedDataIsCut) {
   EXPECT_EQ(two->GetDataSize(), 12u);
   EXPECT_EQ(two->GetDataOffset(), 12u + 24 + 16 + 8);
 
-  Bytes shortFile = Riff(Concat({k_fmtStereo16, Header("data", 1000), Bytes(10)}));
-  auto cut = Open(shortFile);
+  auto cut = Open(Riff(Concat({k_fmtStereo16, Header("data", 1000), Bytes(10)})));
   EXPECT_TRUE(cut->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
   EXPECT_EQ(cut->GetDataSize(), 10u);
   EXPECT_EQ(cut->GetNumFrames(), 2u);
-  EXPECT_DOUBLE_EQ(cut->GetDuration(), 2.0 / 48000);
 }
 
 TEST_F(WavChunks, OptionalChunksReachTheSubclass) {
@@ -194,25 +166,13 @@ TEST_F(WavChunks, SelectingModeSkipsUnselectedChunksWithItsTwoExceptions) {
   ASSERT_EQ(reader->GetNumMarkers(), 2u);
   EXPECT_EQ(reader->GetMarkers()[1].dwIdentifier, 4u);
   EXPECT_EQ(reader->ChunksRead() & ChunkFlag_Smpl, 0u);
-  auto parsed = Open(Riff(Concat({k_fmtStereo16, Chunk("data", Bytes(4)), Chunk("cue ", CuePayload({{1, 10}})),
-                                  Chunk("smpl", smplPayload)})));
-  EXPECT_TRUE(parsed->ReadChunks(ChunkFlag_Cue | ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_List));
-  EXPECT_EQ(parsed->GetNumMarkers(), 1u);
 
   // An unselected data chunk moves by the data size known so far: 0, so its payload is walked.
-  Bytes dataPayload = Chunk("cue ", CuePayload({{9, 90}}));
-  auto data = Open(Riff(Concat({k_fmtStereo16, Chunk("data", dataPayload)})));
+  auto data = Open(Riff(Concat({k_fmtStereo16, Chunk("data", Chunk("cue ", CuePayload({{9, 90}})))})));
   EXPECT_TRUE(data->ReadChunksOnly(ChunkFlag_Cue));
   ASSERT_EQ(data->GetNumMarkers(), 1u);
   EXPECT_EQ(data->GetMarkers()[0].dwPosition, 90u);
   EXPECT_EQ(data->ChunksRead(), unsigned(ChunkFlag_Cue));
-
-  // Selected chunks are parsed; the others are skipped by size.
-  auto sel = Open(Riff(Concat({Chunk("cue ", CuePayload({{1, 10}})), k_fmtStereo16,
-                               Chunk("data", Bytes(4))})));
-  EXPECT_TRUE(sel->ReadChunksOnly(ChunkFlag_Data));
-  EXPECT_EQ(sel->GetNumMarkers(), 0u);
-  EXPECT_EQ(sel->ChunksRead(), unsigned(ChunkFlag_Data));
 }
 
 // --- fmt ----------------------------------------------------------------------------------------
@@ -235,10 +195,8 @@ TEST_F(WavChunks, FmtFormsAndChannelConfigurations) {
   PutU16(privateForm, 0);
   PutU16(privateForm, 24);
   PutU32(privateForm, 0xABC0204);  // stored as it stands, not validated
-  Bytes unknownTag = FmtPayload(0x55, 2, 44100, 16);
   const FmtCase cases[] = {
       {"pcm stereo", FmtPayload(1, 2, 48000, 16), true, 2, 0x3102, ChannelOrdering_Native, 0, 4},
-      {"float mono", FmtPayload(3, 1, 48000, 32), true, 1, 0x4101, ChannelOrdering_Native, 1, 4},
       {"pcm 12 ch", FmtPayload(1, 12, 48000, 16), true, 12, 0x00C, ChannelOrdering_Native, 0, 24},
       {"257 ch", FmtPayload(1, 257, 48000, 16, 2), true, 1, 0x001, ChannelOrdering_Native, 0, 2},
       {"256 ch", FmtPayload(1, 256, 48000, 16, 2), false, 0, 0, ChannelOrdering_Native, 0, 0},
@@ -246,7 +204,6 @@ TEST_F(WavChunks, FmtFormsAndChannelConfigurations) {
       {"align raised", FmtPayload(1, 2, 48000, 24, 1), true, 2, 0x3102, ChannelOrdering_Native, 0, 6},
       {"align 0", FmtPayload(1, 2, 48000, 0, 0), false, 0, 0, ChannelOrdering_Native, 0, 0},
       {"L+C", FmtExtensible(2, 48000, 16, 0x5), true, 2, 0x5102, ChannelOrdering_Native, 0, 4},
-      {"mono left", FmtExtensible(1, 48000, 16, 0x1), true, 1, 0x4101, ChannelOrdering_Native, 0, 2},
       {"5.1 back", FmtExtensible(6, 48000, 24, 0x3F), true, 6, 0x60F106, ChannelOrdering_Native, 0, 18},
       {"lone back left", FmtExtensible(3, 48000, 16, 0x13), true, 4, 0x603104, ChannelOrdering_Native, 0, 8},
       {"mask miscounted", FmtExtensible(2, 48000, 16, 0x7), true, 2, 0x3102, ChannelOrdering_Native, 0, 4},
@@ -254,17 +211,15 @@ TEST_F(WavChunks, FmtFormsAndChannelConfigurations) {
       {"foa", FmtExtensible(4, 48000, 16, 0, 1, true), true, 4, 0x204, ChannelOrdering_FuMa, 1, 8},
       {"ambi 12", FmtExtensible(12, 48000, 16, 0, 1, true), true, 12, 0x00C, ChannelOrdering_Native, 1, 24},
       {"ambi 25", FmtExtensible(25, 48000, 16, 0, 1, true), true, 25, 0x219, ChannelOrdering_Native, 1, 50},
-      {"ambi 16", FmtExtensible(16, 48000, 16, 0, 1, true), true, 16, 0x210, ChannelOrdering_FuMa, 1, 32},
       {"float ext", FmtExtensible(2, 48000, 32, 0x3, 3), true, 2, 0x3102, ChannelOrdering_Native, 1, 8},
       {"private", privateForm, true, 4, 0xABC0204, ChannelOrdering_Native, 1, 16},
-      {"unknown tag", unknownTag, true, 2, 0x3102, ChannelOrdering_Native, 1, 4},
+      {"unknown tag", FmtPayload(0x55, 2, 44100, 16), true, 2, 0x3102, ChannelOrdering_Native, 1, 4},
   };
   for (const FmtCase& c : cases) {
     auto reader = Open(Riff(Concat({Chunk("fmt ", c.payload), Chunk("data", Bytes(64))})));
     EXPECT_EQ(reader->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data), c.ok) << c.name;
     if (!c.ok) continue;
     const WaveFormatExtensible& f = reader->GetFormat();
-    EXPECT_EQ(f.nChannels, c.channels) << c.name;
     EXPECT_EQ(reader->GetNumChannels(), c.channels) << c.name;
     EXPECT_EQ(f.channelConfig.Serialize(), c.config) << c.name;
     EXPECT_EQ(reader->GetChannelOrdering(), c.ordering) << c.name;
@@ -281,15 +236,11 @@ TEST_F(WavChunks, FmtKeepsItsOtherFieldsAndSkipsItsExcess) {
   auto reader = Open(Riff(Concat({Chunk("fmt ", payload), Chunk("data", Bytes(6))})));
   ASSERT_TRUE(reader->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
   const WaveFormatExtensible& f = reader->GetFormat();
-  EXPECT_EQ(f.wFormatTag, 0xFFFE);
   EXPECT_EQ(f.nSamplesPerSec, 96000u);
-  EXPECT_EQ(f.nAvgBytesPerSec, 96000u * 6);
-  EXPECT_EQ(f.wBitsPerSample, 24);
   EXPECT_EQ(f.wValidBitsPerSample, 20);
   EXPECT_EQ(reader->GetDataSize(), 6u);
   // A short fmt chunk at the end of the file is a short read.
-  auto truncated = Open(Riff(Concat({Header("fmt ", 16), Bytes(8)})));
-  EXPECT_FALSE(truncated->ReadChunks(ChunkFlag_Fmt));
+  EXPECT_FALSE(Open(Riff(Concat({Header("fmt ", 16), Bytes(8)})))->ReadChunks(ChunkFlag_Fmt));
 }
 
 // --- Markers, loop, hash ------------------------------------------------------------------------
@@ -307,23 +258,16 @@ TEST_F(WavChunks, MarkersComeFromCueAndLabelsInEitherOrder) {
     // Order of first appearance; a repeated id updates the same marker.
     const uint32_t ids[] = {cueFirst ? 1u : 2u, cueFirst ? 2u : 3u, cueFirst ? 3u : 1u};
     for (size_t i = 0; i < 3; ++i) EXPECT_EQ(m[i].dwIdentifier, ids[i]);
+    // id 1: its later cue position, no label; id 2: the later labl replaces the earlier; id 3: a
+    // label without a cue entry, its pad byte read into the block.
     for (const NY_WAVE_MARKER& marker : m) {
-      const std::string label(marker.strLabel ? marker.strLabel : "", marker.dwLabelSize);
-      switch (marker.dwIdentifier) {
-        case 1:
-          EXPECT_EQ(marker.dwPosition, 150u);
-          EXPECT_EQ(marker.dwLabelSize, 0u);
-          EXPECT_EQ(marker.strLabel, nullptr);
-          break;
-        case 2:
-          EXPECT_EQ(marker.dwPosition, 200u);
-          EXPECT_EQ(label, "again");  // the later labl replaces the earlier
-          break;
-        case 3:
-          EXPECT_EQ(marker.dwPosition, 0u);  // a label without a cue entry
-          EXPECT_EQ(label, "odd");
-          EXPECT_EQ(marker.strLabel[3], 0);  // the pad is read into the block
-          break;
+      const uint32_t id = marker.dwIdentifier;
+      EXPECT_EQ(marker.dwPosition, id == 1 ? 150u : id == 2 ? 200u : 0u) << id;
+      EXPECT_EQ(std::string(marker.strLabel ? marker.strLabel : "", marker.dwLabelSize),
+                id == 1 ? "" : id == 2 ? "again" : "odd") << id;
+      EXPECT_EQ(marker.strLabel == nullptr, id == 1) << id;
+      if (id == 3) {
+        EXPECT_EQ(marker.strLabel[3], 0);
       }
     }
   }
@@ -332,16 +276,11 @@ TEST_F(WavChunks, MarkersComeFromCueAndLabelsInEitherOrder) {
 TEST_F(WavChunks, BrokenMarkerChunksFailTheWalk) {
   Bytes cueTooShort = CuePayload({{1, 10}});
   cueTooShort[0] = 5;  // count says 5, one record present
-  Bytes lablShort;
-  PutFourCC(lablShort, "adtl");
-  lablShort = Concat({lablShort, Header("labl", 2), Bytes{1, 0}});
-  Bytes lablHuge;
-  PutFourCC(lablHuge, "adtl");
-  lablHuge = Concat({lablHuge, Header("labl", 0x7FFFFFF0), Bytes(8)});
+  const Bytes adtl{'a', 'd', 't', 'l'};
   const Bytes cases[] = {
       Chunk("cue ", cueTooShort),
-      Chunk("LIST", lablShort),
-      Chunk("LIST", lablHuge),
+      Chunk("LIST", Concat({adtl, Header("labl", 2), Bytes{1, 0}})),
+      Chunk("LIST", Concat({adtl, Header("labl", 0x7FFFFFF0), Bytes(8)})),
       Concat({Header("cue ", 28), Bytes{1, 0, 0, 0}, Bytes(6)}),
       Header("LIST", 12),
   };
@@ -350,11 +289,6 @@ TEST_F(WavChunks, BrokenMarkerChunksFailTheWalk) {
     EXPECT_FALSE(reader->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Cue | ChunkFlag_List))
         << "case " << i;
   }
-  // A cue count larger than its chunk runs into the next chunk: what was read stays.
-  auto partial = Open(Riff(Concat({k_fmtStereo16, Chunk("cue ", cueTooShort), Chunk("data", Bytes(4))})));
-  EXPECT_FALSE(partial->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Cue));
-  ASSERT_GE(partial->GetNumMarkers(), 1u);
-  EXPECT_EQ(partial->GetMarkers()[0].dwPosition, 10u);
 }
 
 TEST_F(WavChunks, FirstSamplerLoopAndItsShortForms) {
@@ -362,7 +296,6 @@ TEST_F(WavChunks, FirstSamplerLoopAndItsShortForms) {
   ASSERT_TRUE(reader->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Smpl));
   EXPECT_EQ(reader->GetLoopStartFrame(), 480u);
   EXPECT_EQ(reader->GetLoopEndFrame(), 960u);
-  EXPECT_DOUBLE_EQ(reader->GetLoopStart(), 0.01);
   EXPECT_DOUBLE_EQ(reader->GetLoopEnd(), 0.02);
 
   // Shorter than one loop: flagged, loop points untouched, and the walk goes on correctly.
@@ -370,10 +303,6 @@ TEST_F(WavChunks, FirstSamplerLoopAndItsShortForms) {
   EXPECT_TRUE(shortOne->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Smpl));
   EXPECT_EQ(shortOne->ChunksRead() & ChunkFlag_Smpl, unsigned(ChunkFlag_Smpl));
   EXPECT_EQ(shortOne->GetLoopEndFrame(), 0u);
-  // The loop count in the chunk isn't consulted.
-  auto noLoops = Open(Riff(Concat({k_fmtStereo16, Chunk("data", Bytes(4)), Chunk("smpl", SmplPayload(5, 6, 1))})));
-  ASSERT_TRUE(noLoops->ReadChunks(ChunkFlag_Smpl | ChunkFlag_Fmt));
-  EXPECT_EQ(noLoops->GetLoopEndFrame(), 6u);
   auto cut = Open(Riff(Concat({k_fmtStereo16, Chunk("data", Bytes(4)), Header("smpl", 60), Bytes(30)})));
   EXPECT_FALSE(cut->ReadChunks(ChunkFlag_Smpl | ChunkFlag_Fmt));
 }
@@ -388,7 +317,7 @@ TEST_F(WavChunks, HashIsExactlySixteenBytes) {
   EXPECT_FALSE(reader->GetHash(out, 15));
   ASSERT_TRUE(reader->GetHash(out, 16));
   EXPECT_EQ(Bytes(out, out + 16), hash);
-  for (size_t size : {15u, 17u, 0u}) {
+  for (size_t size : {15u, 17u}) {
     auto wrong = Open(Riff(Concat({k_fmtStereo16, Chunk("data", Bytes(4)), Chunk("hash", Bytes(size))})));
     EXPECT_FALSE(wrong->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Hash)) << size;
     EXPECT_TRUE(wrong->ChunksRead() & ChunkFlag_Data);  // what was read stays
@@ -419,10 +348,9 @@ TEST_F(WavChunks, Ds64GivesTheDataSizeOnlyBesideTheMarkerSize) {
   ASSERT_TRUE(ignored->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
   EXPECT_EQ(ignored->GetDataSize(), 40u);
 
-  auto after = Open(Riff(Concat({k_fmtStereo16, Chunk("data", payload), Ds64(24)}), "RF64"));
-  EXPECT_FALSE(after->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Cue));
-  auto shortDs64 = Open(Riff(Concat({Header("ds64", 28), Bytes(10)}), "RF64"));
-  EXPECT_FALSE(shortDs64->ReadChunks(ChunkFlag_Fmt));
+  EXPECT_FALSE(Open(Riff(Concat({k_fmtStereo16, Chunk("data", payload), Ds64(24)}), "RF64"))
+                   ->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Cue));
+  EXPECT_FALSE(Open(Riff(Concat({Header("ds64", 28), Bytes(10)}), "RF64"))->ReadChunks(ChunkFlag_Fmt));
 }
 
 TEST_F(WavChunks, SparseRf64BeyondFourGiBHasSixtyFourBitOffsets) {
@@ -465,17 +393,14 @@ TEST_F(WavChunks, SparseRf64BeyondFourGiBHasSixtyFourBitOffsets) {
 // --- Lifecycle ----------------------------------------------------------------------------------
 
 TEST_F(WavChunks, CloseForgetsTheDataAndMarkersButKeepsTheFormat) {
-  auto reader = Open(Riff(Concat({k_fmtStereo16, AdtlList({Labl(1, "x")}), Chunk("data", Bytes(8)),
-                                  Chunk("smpl", SmplPayload(1, 2)), Chunk("hash", Bytes(16, 3))})));
-  ASSERT_TRUE(reader->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Smpl | ChunkFlag_Hash));
+  auto reader = Open(Riff(Concat({k_fmtStereo16, AdtlList({Labl(1, "x")}), Chunk("data", Bytes(8))})));
+  ASSERT_TRUE(reader->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_List));
   reader->Close();
   EXPECT_EQ(reader->GetDataSize(), 0u);
-  EXPECT_EQ(reader->GetDataOffset(), 0u);
   EXPECT_EQ(reader->ChunksRead(), 0u);
   EXPECT_EQ(reader->GetNumMarkers(), 0u);
   EXPECT_EQ(reader->GetCurrentDataPos(), ~0ull);
   EXPECT_EQ(reader->GetFormat().nChannels, 2);
-  EXPECT_EQ(reader->GetLoopEndFrame(), 2u);
   reader->Close();  // twice is harmless
   EXPECT_FALSE(reader->ReadChunks(ChunkFlag_Fmt));
 }
