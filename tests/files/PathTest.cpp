@@ -293,7 +293,8 @@ TEST(PathLegality, LegalPathsDirectoryNamesAndReservedNames) {
 
 TEST(PathLegality, ReservedNamesTrimAndFoldOnlyAscii) {
   const std::pair<const wchar_t*, bool> cases[] = {
-      {L" con ", true}, {L"\tPRN\n", true}, {L"con.txt", false}, {L"AUXX", false}, {L"c\u00D3n", false}, {L"C O N", false},
+      {L" con ", true},   {L"\tPRN\n", true},    {L"con.txt", false},
+      {L"AUXX", false},   {L"c\u00D3n", false}, {L"C O N", false},
   };
   for (const auto& [name, reserved] : cases) EXPECT_EQ(lu::detail::IsReservedName(name), reserved) << name;
 }
@@ -332,7 +333,6 @@ TEST(PathFilters, RegexAndBasic) {
 
 TEST(PathValue, KeepsTextAsGivenAndSharesItWithoutCopies) {
   const Path p(L" A/b\\\\ ");
-  EXPECT_EQ(p.GetFullPath(), L" A/b\\\\ ");
   EXPECT_EQ(p.GenericString(), L" A/b// ");
   const lu::BasicStringView<wchar_t> view = p;
   EXPECT_EQ(view.data(), p.c_str());
@@ -342,7 +342,6 @@ TEST(PathValue, KeepsTextAsGivenAndSharesItWithoutCopies) {
   Path target(std::move(moved));
   EXPECT_TRUE(moved.IsEmpty());  // NOLINT(bugprone-use-after-move): a moved-from path is empty
   EXPECT_EQ(Str(target), L"abc");
-  EXPECT_TRUE(target.Clear().IsEmpty());
 
   EXPECT_EQ(StringHelp::Concat(L"[", Path(L"a\\b"), std::wstring(L"]"), L'!'), L"[a\\b]!");
 }

@@ -49,8 +49,8 @@ TEST(LastError, TranslatesErrnoToWindowsNumbers) {
     int err;
     uint32_t win;
   };
-  const Case cases[] = {{ENOENT, 2},   {ENOTDIR, 3},  {EACCES, 5},       {EROFS, 5},        {EEXIST, 80},
-                        {EINVAL, 87},  {ENOSPC, 112}, {ENOTEMPTY, 145},  {EMFILE, 1450},    {EWOULDBLOCK, 32}};
+  const Case cases[] = {{ENOENT, 2},  {ENOTDIR, 3},  {EACCES, 5},      {EROFS, 5},     {EEXIST, 80},
+                        {EINVAL, 87}, {ENOSPC, 112}, {ENOTEMPTY, 145}, {EMFILE, 1450}, {EWOULDBLOCK, 32}};
   for (const Case& c : cases) EXPECT_EQ(ErrorFromErrno(c.err), c.win) << c.err;
   SetLastErrorFromErrno(ENOSPC);
   EXPECT_EQ(GetLastError(), 112u);
