@@ -49,57 +49,34 @@ void WriteWithMarkers(const std::string& path, int format) {
   sf_close(sf);
 }
 
-// Moves every chunk but fmt and data behind data, keeping the bytes the tool wrote.
-Bytes MoveMetadataAfterData(const Bytes& file) {
-  Bytes front, meta, data;
-  size_t pos = 12;
-  while (pos + 8 <= file.size()) {
-    const uint32_t size = uint32_t(file[pos + 4]) | uint32_t(file[pos + 5]) << 8 |
-                          uint32_t(file[pos + 6]) << 16 | uint32_t(file[pos + 7]) << 24;
-    const size_t end = std::min(file.size(), pos + 8 + size + (size & 1));
-    const std::string id(file.begin() + long(pos), file.begin() + long(pos) + 4);
-    Bytes& target = id == "fmt " ? front : id == "data" ? data : meta;
-    target.insert(target.end(), file.begin() + long(pos), file.begin() + long(end));
-    pos = end;
-  }
-  Bytes out(file.begin(), file.begin() + 12);
-  for (const Bytes* part : {&front, &data, &meta}) out.insert(out.end(), part->begin(), part->end());
-  return out;
-}
-
-TEST(WavTools, SndfileMarkersAndLoopBeforeAndAfterData) {
+TEST(WavTools, SndfileMarkersLoopAndAddedLabels) {
   TempDir dir;
-  const std::string before = dir.Native("before.wav");
-  WriteWithMarkers(before, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
-  // Metadata moved behind data, plus labels for the cue points as an adtl list.
-  Bytes labelled = MoveMetadataAfterData(ReadFileBytes(before));
+  const std::string path = dir.Native("labelled.wav");
+  WriteWithMarkers(path, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+  // Labels for the cue points as an adtl list behind data.
+  Bytes labelled = ReadFileBytes(path);
   const Bytes list = AdtlList({Labl(20, std::string("first\0", 6)), Labl(22, "third")});
   labelled.insert(labelled.end(), list.begin(), list.end());
   const uint32_t riffSize = uint32_t(labelled.size() - 8);
   std::memcpy(labelled.data() + 4, &riffSize, 4);
-  WriteFileBytes(dir.Native("labelled.wav"), labelled);
+  WriteFileBytes(path, labelled);
 
-  for (const char* name : {"before.wav", "labelled.wav"}) {
-    auto reader = OpenWav(dir, name);
-    ASSERT_NE(reader, nullptr) << name;
-    ASSERT_TRUE(reader->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Cue | ChunkFlag_Smpl |
-                                   ChunkFlag_List))
-        << name;
-    EXPECT_EQ(reader->GetNumFrames(), 6000u) << name;
-    ASSERT_EQ(reader->GetNumMarkers(), 3u) << name;
-    for (uint32_t i = 0; i < 3; ++i) {
-      EXPECT_EQ(reader->GetMarkers()[i].dwIdentifier, 20 + i) << name;
-      EXPECT_EQ(reader->GetMarkers()[i].dwPosition, 1000 * (i + 1)) << name;
-    }
-    // libsndfile's loop end is one past the last frame; the file stores the last frame.
-    EXPECT_EQ(reader->GetLoopStartFrame(), 480u) << name;
-    EXPECT_EQ(reader->GetLoopEndFrame(), 4799u) << name;
-    if (std::string(name) == "before.wav") continue;
-    const auto& m = reader->GetMarkers();
-    EXPECT_EQ(std::string(m[0].strLabel, m[0].dwLabelSize), std::string("first\0", 6));
-    EXPECT_EQ(m[1].strLabel, nullptr);
-    EXPECT_EQ(std::string(m[2].strLabel, m[2].dwLabelSize), "third");
+  auto reader = OpenWav(dir, "labelled.wav");
+  ASSERT_NE(reader, nullptr);
+  ASSERT_TRUE(reader->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Cue | ChunkFlag_Smpl | ChunkFlag_List));
+  EXPECT_EQ(reader->GetNumFrames(), 6000u);
+  const auto& m = reader->GetMarkers();
+  ASSERT_EQ(m.size(), 3u);
+  for (uint32_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(m[i].dwIdentifier, 20 + i);
+    EXPECT_EQ(m[i].dwPosition, 1000 * (i + 1));
   }
+  EXPECT_EQ(std::string(m[0].strLabel, m[0].dwLabelSize), std::string("first\0", 6));
+  EXPECT_EQ(m[1].strLabel, nullptr);
+  EXPECT_EQ(std::string(m[2].strLabel, m[2].dwLabelSize), "third");
+  // libsndfile's loop end is one past the last frame; the file stores the last frame.
+  EXPECT_EQ(reader->GetLoopStartFrame(), 480u);
+  EXPECT_EQ(reader->GetLoopEndFrame(), 4799u);
 }
 
 TEST(WavTools, SndfileRf64IsReadAndRifxRefused) {
