@@ -64,7 +64,7 @@ TEST(InterruptedWrites, ChunkRewriteCutShortAnywhereKeepsTheSource) {
     fullSize = ReadFileBytes(dir.Native("whole.wav")).size();
     ASSERT_GT(fullSize, source.size() / 2);
   }
-  for (const size_t cut : {size_t(0), size_t(11), size_t(12), size_t(50), size_t(200), fullSize / 2, fullSize - 1}) {
+  for (const size_t cut : {size_t(0), size_t(12), size_t(200), fullSize / 2, fullSize - 1}) {
     SCOPED_TRACE("writes stop at byte " + std::to_string(cut));
     {
       NyWavFile wav;
@@ -82,61 +82,35 @@ TEST(InterruptedWrites, ChunkRewriteCutShortAnywhereKeepsTheSource) {
   }
 }
 
-TEST(InterruptedWrites, ChunkRewriteToAFullDiskKeepsTheSource) {
-  TempDir dir;
-  const Bytes source = SourceFile();
-  const std::string sourcePath = Store(dir, "source.wav", source);
-  NyWavFile wav;
-  ASSERT_TRUE(wav.Open(lu::Path(dir.Wide("source.wav")), false));
-  lu::File full;
-  ASSERT_EQ(full.Open(lu::Path(L"/dev/full"), NyOpenModeWrite, 0), NYRESULT_SUCCESS);
-  EXPECT_FALSE(Rewrite(wav, full));
-  wav.Close();
-  EXPECT_EQ(ReadFileBytes(sourcePath), source);
-  EXPECT_EQ(FolderNames(dir.Native()), (std::vector<std::string>{"source.wav"}));
-}
-
 // The in-place updates rewrite fields of the file they read; when no write gets through, each
 // reports the failure and the file keeps every byte.
 TEST(InterruptedWrites, InPlaceUpdatesThatCannotWriteChangeNothing) {
   struct Update {
     const char* name;
-    std::function<bool(const lu::File&)> run;  // true when the update reports success
+    std::function<bool(const lu::File&, NyRiffChunk&)> run;  // true when the update reports success
   };
-  const auto chunk = [](auto& c, const lu::File& file, NyRiffChunk& riff) { return riff.Init(file, nullptr) && c.Init(file, &riff); };
+  const auto ok = [](NyFormatChunkBase::ErrorCode e) { return e == NyFormatChunkBase::ErrorCode_Success; };
   const Update updates[] = {
-      {"cue positions",
-       [&](const lu::File& f) {
-         NyRiffChunk riff;
-         NyCueChunk cue;
-         return chunk(cue, f, riff) && cue.UpdateCueInfo(2.0, 100000, false) == NyFormatChunkBase::ErrorCode_Success;
+      {"cue positions", [&](const lu::File& f, NyRiffChunk& riff) {
+         NyCueChunk c;
+         return c.Init(f, &riff) && ok(c.UpdateCueInfo(2.0, 100000, false));
        }},
-      {"loop points",
-       [&](const lu::File& f) {
-         NyRiffChunk riff;
-         NySmplChunk smpl;
-         return chunk(smpl, f, riff) && smpl.UpdateLoopInfo(0.5, 100000, false) == NyFormatChunkBase::ErrorCode_Success;
+      {"loop points", [&](const lu::File& f, NyRiffChunk& riff) {
+         NySmplChunk c;
+         return c.Init(f, &riff) && ok(c.UpdateLoopInfo(0.5, 100000, false));
        }},
-      {"format",
-       [&](const lu::File& f) {
-         NyRiffChunk riff;
-         NyFmtChunk fmt;
-         if (!chunk(fmt, f, riff)) return false;
-         WaveFormatExtensible format = fmt.GetFormat();
+      {"format", [&](const lu::File& f, NyRiffChunk& riff) {
+         NyFmtChunk c;
+         if (!c.Init(f, &riff)) return false;
+         WaveFormatExtensible format = c.GetFormat();
          format.nSamplesPerSec = 22050;
-         return fmt.UpdateFormatInfo(format, false) == NyFormatChunkBase::ErrorCode_Success;
+         return ok(c.UpdateFormatInfo(format, false));
        }},
-      {"data size",
-       [&](const lu::File& f) {
-         NyRiffChunk riff;
-         NyDataChunk data;
-         return chunk(data, f, riff) && data.UpdateChunkSize(8, false) == NyFormatChunkBase::ErrorCode_Success;
+      {"data size", [&](const lu::File& f, NyRiffChunk& riff) {
+         NyDataChunk c;
+         return c.Init(f, &riff) && ok(c.UpdateChunkSize(8, false));
        }},
-      {"riff size",
-       [&](const lu::File& f) {
-         NyRiffChunk riff;
-         return riff.Init(f, nullptr) && riff.UpdateRiffChunkSize(f, false) == NyFormatChunkBase::ErrorCode_Success;
-       }},
+      {"riff size", [&](const lu::File& f, NyRiffChunk& riff) { return ok(riff.UpdateRiffChunkSize(f, false)); }},
   };
   Bytes source = SourceFile();
   SetU32(source, 4, 12345);  // a RIFF size the size patch would change
@@ -147,16 +121,19 @@ TEST(InterruptedWrites, InPlaceUpdatesThatCannotWriteChangeNothing) {
     {
       // Unhindered, the update changes the file: the check below is not vacuous.
       lu::File file = OpenInPlace(path);
-      ASSERT_TRUE(u.run(file));
+      NyRiffChunk riff;
+      ASSERT_TRUE(riff.Init(file, nullptr) && u.run(file, riff));
       ASSERT_EQ(file.Close(), NYRESULT_SUCCESS);
       ASSERT_NE(ReadFileBytes(path), source);
       WriteFileBytes(path, source);
     }
     {
       lu::File file = OpenInPlace(path);
+      NyRiffChunk riff;
+      ASSERT_TRUE(riff.Init(file, nullptr));
       FileSizeLimit limit(0);
       ASSERT_TRUE(limit.IsSet());
-      const bool updated = u.run(file);
+      const bool updated = u.run(file, riff);
       const bool closed = file.Close() == NYRESULT_SUCCESS;
       EXPECT_FALSE(updated && closed);
     }
@@ -170,13 +147,7 @@ TEST(InterruptedWrites, InPlaceUpdatesThatCannotWriteChangeNothing) {
 // temporary the writer named leaves the folder as it was.
 TEST(InterruptedWrites, WriterThroughATemporaryFileCutShortAnywhereKeepsTheTarget) {
   WAVEFORMATEXTENSIBLE format{};
-  format.Format.wFormatTag = WAVE_FORMAT_EXTENSIBLE;
-  format.Format.nChannels = 2;
-  format.Format.nSamplesPerSec = 48000;
-  format.Format.nBlockAlign = 4;
-  format.Format.nAvgBytesPerSec = 48000 * 4;
-  format.Format.wBitsPerSample = 16;
-  format.Format.cbSize = 22;
+  format.Format = {WAVE_FORMAT_EXTENSIBLE, 2, 48000, 48000 * 4, 4, 16, 22};
   format.Samples.wValidBitsPerSample = 16;
   format.dwChannelMask = 0x3;
   format.SubFormat = KSDATAFORMAT_SUBTYPE_PCM;

@@ -120,12 +120,10 @@ TEST(WavFileRewrite, SoxFileWithAddedMarkersLoopHashAndAlignment) {
     ASSERT_TRUE(WriteAll(wav, out, false, &progress));
     const int64_t size = wav.GetDataChunk().GetChunkSize();
     ASSERT_EQ(progress.ranges, (std::vector<std::pair<int64_t, int64_t>>{{0, size}}));
-    ASSERT_GE(progress.positions.size(), 3u);
-    EXPECT_EQ(progress.positions.front(), 0);
-    EXPECT_EQ(progress.positions.back(), size);
-    for (size_t i = 1; i < progress.positions.size(); ++i) {
-      EXPECT_EQ(progress.positions[i], std::min<int64_t>(int64_t(i) * 16384, size));
-    }
+    std::vector<int64_t> steps;  // from 0 in whole buffers, ending on the size
+    for (int64_t at = 0; at < size; at += 16384) steps.push_back(at);
+    steps.push_back(size);
+    EXPECT_EQ(progress.positions, steps);
     EXPECT_EQ(progress.cancelQueries, 0);  // the copy only reports, it is not cancellable
   }
 
@@ -143,28 +141,18 @@ TEST(WavFileRewrite, SoxFileWithAddedMarkersLoopHashAndAlignment) {
   const Bytes resultBytes = ReadFileBytes(result);
   EXPECT_EQ(ReadFileBytes(source), sourceBytes);  // the source is never written
 
-  // 1. Our reader.
+  // 1. Our reader: what libsndfile cannot show (labels, hash, alignment, the private chunk).
   std::unique_ptr<NyAudioFileReader> reader(NyAudioFileReader::Create(lu::Path(dir.Wide("pass2.wav")), nullptr));
   ASSERT_NE(reader, nullptr);
-  auto& wavReader = static_cast<NyWavFileReader&>(*reader);
   ASSERT_TRUE(reader->ReadChunks(~0u));
-  EXPECT_EQ(reader->GetFormat().nSamplesPerSec, 44100u);
   EXPECT_EQ(reader->GetFormat().channelConfig.Serialize(), 0x3102u);
-  EXPECT_EQ(reader->GetNumFrames(), 66150u);
-  EXPECT_EQ(wavReader.GetDataOffset() % 16, 0u);
+  EXPECT_EQ(static_cast<NyWavFileReader&>(*reader).GetDataOffset() % 16, 0u);
   const auto& markers = reader->GetMarkers();
   ASSERT_EQ(markers.size(), 3u);
-  const std::pair<uint32_t, uint32_t> expectedCues[] = {{2, 1000}, {1, 30000}, {3, 50000}};
-  const char* expectedLabels[] = {"early", "late\0", "end"};
+  const std::string expectedLabels[] = {"early", std::string("late\0", 5), "end"};
   for (size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(markers[i].dwIdentifier, expectedCues[i].first);
-    EXPECT_EQ(markers[i].dwPosition, expectedCues[i].second);
-    const size_t length = i == 2 ? 3 : 5;
-    ASSERT_EQ(markers[i].dwLabelSize, length);
-    EXPECT_EQ(std::string(markers[i].strLabel, length), std::string(expectedLabels[i], length));
+    EXPECT_EQ(std::string(markers[i].strLabel, markers[i].dwLabelSize), expectedLabels[i]);
   }
-  EXPECT_EQ(reader->GetLoopStartFrame(), 4410u);
-  EXPECT_EQ(reader->GetLoopEndFrame(), 44099u);
   unsigned char hash[16];
   ASSERT_TRUE(reader->GetHash(hash, 16));
   EXPECT_EQ(Bytes(hash, hash + 16), Bytes(sourceBytes.begin() + long(FindChunk(sourceBytes, "hash") + 8),
@@ -252,11 +240,6 @@ TEST(WavFileRewrite, RifxRoundTrip) {
   NyWavFile wav;
   ASSERT_TRUE(wav.Open(lu::Path(dir.Wide("be.wav")), false));
   EXPECT_EQ(wav.GetRiffChunk().GetChunkID(), k_fccRIFX);
-  WaveFormatExtensible format;
-  ASSERT_TRUE(wav.GetFormat(&format));
-  EXPECT_EQ(format.nSamplesPerSec, 22050u);
-  EXPECT_EQ(format.nChannels, 2);
-  EXPECT_EQ(format.wBitsPerSample, 16);
   EXPECT_EQ(wav.GetFileDurationInFrames(), 5000u);
 
   // Format and samples, read back by libsndfile.
@@ -265,16 +248,12 @@ TEST(WavFileRewrite, RifxRoundTrip) {
     ASSERT_TRUE(WriteAll(wav, out, true, nullptr, true));
   }
   const Bytes plain = ReadFileBytes(dir.Native("plain.wav"));
-  EXPECT_EQ(std::string(plain.begin(), plain.begin() + 4), "RIFX");
-  EXPECT_EQ(std::string(plain.begin() + 8, plain.begin() + 16), "WAVEfmt ");
   EXPECT_EQ(GetU32BE(plain, 4), plain.size() - 8);
-  EXPECT_EQ(GetU32BE(plain, 16), 16u);     // fmt size
-  EXPECT_EQ(GetU32BE(plain, 24), 22050u);  // sample rate
+  EXPECT_EQ(GetU32BE(plain, 16), 16u);  // the short fmt form
   EXPECT_EQ(DataBytes(plain, true), DataBytes(source, true));
   const SfView expected = ReadWithSndfile(dir.Native("be.wav")), actual = ReadWithSndfile(dir.Native("plain.wav"));
-  EXPECT_EQ(actual.info.format & SF_FORMAT_ENDMASK, SF_ENDIAN_BIG);
+  EXPECT_EQ(actual.info.format & SF_FORMAT_ENDMASK, SF_ENDIAN_BIG);  // RIFX, as libsndfile sees it
   EXPECT_EQ(actual.info.samplerate, 22050);
-  EXPECT_EQ(actual.info.frames, 5000);
   EXPECT_EQ(actual.samples, expected.samples);
 
   // Markers made in memory are written big-endian like every other number; codes stay as they are.
@@ -292,12 +271,9 @@ TEST(WavFileRewrite, RifxRoundTrip) {
   ASSERT_NE(cue, std::string::npos);
   ASSERT_NE(list, std::string::npos);
   ASSERT_NE(smpl, std::string::npos);
-  EXPECT_EQ(GetU32BE(marked, cue + 4), 28u);
   EXPECT_EQ(GetU32BE(marked, cue + 8), 1u);      // count
-  EXPECT_EQ(GetU32BE(marked, cue + 12), 1u);     // identifier
   EXPECT_EQ(GetU32BE(marked, cue + 16), 1234u);  // position
   EXPECT_EQ(std::string(marked.begin() + long(cue) + 20, marked.begin() + long(cue) + 24), "data");
-  EXPECT_EQ(GetU32BE(marked, cue + 32), 1234u);  // sample offset
   EXPECT_EQ(std::string(marked.begin() + long(list) + 8, marked.begin() + long(list) + 16), "adtllabl");
   EXPECT_EQ(GetU32BE(marked, list + 16), 6u);
   EXPECT_EQ(GetU32BE(marked, list + 20), 1u);

@@ -1,15 +1,9 @@
 // NyWavFileWriter: chunk layout and sizes, the sample rules, files decoded by sox, libsndfile and
 // our reader, big-endian output, and the failures (no format, widths, full disk, the 4 GiB limit).
 #include <gtest/gtest.h>
-#include <dirent.h>
 #include <sndfile.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cmath>
-#include <csignal>
 #include <cstring>
 #include <limits>
 #include <string>
@@ -23,6 +17,7 @@
 
 #include "AdmTestDocs.h"
 #include "ChunkTestSupport.h"
+#include "../support/InterruptedWrite.h"
 
 namespace {
 
@@ -43,13 +38,13 @@ WAVEFORMATEXTENSIBLE Fmt40(uint16_t channels, uint16_t bits, bool isFloat = fals
   return f;
 }
 
-WaveFormatExtensible Fmt24(uint16_t channels, uint16_t bits, NyChannelConfig config, uint32_t rate = 44100) {
+WaveFormatExtensible Fmt24(uint16_t channels, uint16_t bits, NyChannelConfig config) {
   WaveFormatExtensible f{};
   f.wFormatTag = WAVE_FORMAT_EXTENSIBLE;
   f.nChannels = channels;
-  f.nSamplesPerSec = rate;
+  f.nSamplesPerSec = 44100;
   f.nBlockAlign = static_cast<uint16_t>(channels * bits / 8);
-  f.nAvgBytesPerSec = rate * f.nBlockAlign;
+  f.nAvgBytesPerSec = 44100 * f.nBlockAlign;
   f.wBitsPerSample = bits;
   f.cbSize = 6;
   f.wValidBitsPerSample = bits;
@@ -97,17 +92,6 @@ Bytes U32(uint32_t v) {
   Bytes out;
   PutU32(out, v);
   return out;
-}
-
-std::vector<std::string> Entries(const std::string& native) {
-  std::vector<std::string> names;
-  if (DIR* d = ::opendir(native.c_str())) {
-    while (dirent* e = ::readdir(d)) {
-      if (std::strcmp(e->d_name, ".") != 0 && std::strcmp(e->d_name, "..") != 0) names.push_back(e->d_name);
-    }
-    ::closedir(d);
-  }
-  return names;
 }
 
 struct Walked {
@@ -179,6 +163,11 @@ TEST(WavWriterLayout, FixedChunkOrderSizesAndContents) {
     EXPECT_EQ(wk.sizes.back(), 12u);
     EXPECT_EQ(std::memcmp(b.data() + wk.offsets.back(), pcm.data(), 12), 0);
     EXPECT_EQ(wk.sizes[0], c.extensible ? 40u : 24u);
+    NyWavFileReader r;  // the configuration survives either fmt form
+    ASSERT_TRUE(r.Open(lu::Path(dir.Wide("l.wav"))));
+    ASSERT_TRUE(r.ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
+    EXPECT_EQ(r.GetFormat().channelConfig, NyChannelConfig(2, 1, 3)) << i;
+    EXPECT_EQ(r.GetNumFrames(), 3u) << i;
     for (size_t k = 0; k < wk.ids.size(); ++k) {
       const size_t at = wk.offsets[k];
       if (wk.ids[k] == "hash") { EXPECT_EQ(std::memcmp(b.data() + at, hash, 16), 0); }
@@ -231,16 +220,12 @@ TEST(WavWriterSamples, FloatConversionRules) {
   struct Case {
     WAVEFORMATEXTENSIBLE format;
     bool swap;
-    std::vector<int32_t> values;  // little-endian integers of the given width, or the float bits
+    std::vector<int32_t> values;  // the integers expected; none for float, whose bits pass unchanged
   };
-  const std::vector<int32_t> v16 = {32767, -32767, 16383, -16383, 32767, -32768, 32766, -32766, 0, 0, 32767, 3276};
-  const std::vector<int32_t> v24 = {8388607, -8388607, 4194303, -4194303, 8388607, -8388608, 8388523, -8388523, 0, 0, 8388607, 838860};
-  // The big-endian 24-bit form scales by 838607 and clamps to [-838608, 838607].
+  // Little-endian 16 and 24 bits follow the kernels checked below (and by the peers); the big-endian
+  // 24-bit form has its own rule: it scales by 838607 and clamps to [-838608, 838607].
   const std::vector<int32_t> v24be = {838607, -838607, 419303, -419303, 838607, -838608, 838598, -838598, 0, 0, 838607, 83860};
-  const Case cases[] = {
-      {Fmt40(1, 16), false, v16}, {Fmt40(1, 16), true, v16}, {Fmt40(1, 24), false, v24},
-      {Fmt40(1, 24), true, v24be}, {Fmt40(1, 32, true), false, {}}, {Fmt40(1, 32, true), true, {}},
-  };
+  const Case cases[] = {{Fmt40(1, 24), true, v24be}, {Fmt40(1, 32, true), false, {}}};
   TempDir dir;
   for (size_t i = 0; i < std::size(cases); ++i) {
     const Case& c = cases[i];
@@ -266,8 +251,7 @@ TEST(WavWriterSamples, FloatConversionRules) {
         std::memcpy(&bits, &samples[k], 4);
         EXPECT_EQ(got, bits) << i << " " << k;
       } else {
-        const uint32_t mask = width == 2 ? 0xFFFFu : 0xFFFFFFu;
-        EXPECT_EQ(got, static_cast<uint32_t>(c.values[k]) & mask) << i << " " << k;
+        EXPECT_EQ(got, static_cast<uint32_t>(c.values[k]) & 0xFFFFFFu) << i << " " << k;
       }
     }
   }
@@ -362,66 +346,12 @@ TEST(WavWriterPeers, SoxAndLibsndfileDecodeWhatWasWritten) {
   }
 }
 
-TEST(WavWriterRoundTrip, OurReaderGetsBackWhatWasWritten) {
-  TempDir dir;
-  Markers markers{{44, "odd"}, {12, "even!"}, {3, nullptr}};
-  unsigned char hash[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
-  struct Case {
-    bool extensible;
-    uint16_t channels;
-    NyChannelConfig config;
-  } const cases[] = {{true, 2, NyChannelConfig(2, 1, 3)}, {false, 4, NyChannelConfig(4, 2, 0)}, {false, 6, NyChannelConfig(6, 1, 0x60F)}};
-  for (const Case& c : cases) {
-    const size_t frames = 777;
-    std::vector<short> pcm(frames * c.channels);
-    for (size_t i = 0; i < pcm.size(); ++i) pcm[i] = static_cast<short>(i * 37 - 20000);
-    NyWavFileWriter w;
-    ASSERT_TRUE(w.Open(lu::Path(dir.Wide("r.wav")), false));
-    if (c.extensible) {
-      w.SetFormat(Fmt40(c.channels, 16));
-    } else {
-      w.SetFormat(Fmt24(c.channels, 16, c.config));
-    }
-    w.SetMarkers(markers.list);
-    w.SetLoopPoints(7, 700);
-    w.SetHash(hash, 16);
-    ASSERT_TRUE(w.WriteChunks(ChunkFlag_Smpl | ChunkFlag_Cue | ChunkFlag_List));
-    ASSERT_TRUE(w.WriteInt16AsPCMData(frames, pcm.data()));
-    ASSERT_TRUE(w.Close());
-
-    NyWavFileReader r;
-    ASSERT_TRUE(r.Open(lu::Path(dir.Wide("r.wav"))));
-    ASSERT_TRUE(r.ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Cue | ChunkFlag_List | ChunkFlag_Smpl));
-    EXPECT_EQ(r.GetFormat().nChannels, c.channels);
-    EXPECT_EQ(r.GetFormat().wBitsPerSample, 16);
-    EXPECT_EQ(r.GetFormat().channelConfig, c.config);
-    EXPECT_EQ(r.GetNumFrames(), frames);
-    EXPECT_EQ(r.GetLoopStartFrame(), 7u);
-    EXPECT_EQ(r.GetLoopEndFrame(), 700u);
-    unsigned char got[16];
-    ASSERT_TRUE(r.GetHash(got, 16));
-    EXPECT_EQ(std::memcmp(got, hash, 16), 0);
-    ASSERT_EQ(r.GetMarkers().size(), 3u);
-    for (size_t m = 0; m < 3; ++m) {
-      const NY_WAVE_MARKER& a = r.GetMarkers()[m];
-      EXPECT_EQ(a.dwIdentifier, markers.list[m].dwIdentifier);
-      EXPECT_EQ(a.dwPosition, markers.list[m].dwPosition);
-      ASSERT_EQ(a.dwLabelSize, markers.list[m].dwLabelSize);
-      if (a.dwLabelSize) { EXPECT_EQ(std::memcmp(a.strLabel, markers.list[m].strLabel, a.dwLabelSize), 0); }
-    }
-    std::vector<short> back(pcm.size());
-    ASSERT_TRUE(r.SeekToAudioFrame(0));
-    ASSERT_EQ(r.ReadPCMDataAsInt16(frames, back.data()), frames);
-    EXPECT_EQ(back, pcm);
-  }
-}
-
 TEST(WavWriterBigEndian, RifxHeadersRecordsAndSamples) {
   TempDir dir;
   Markers markers{{0x01020304, "ab"}};
   NyWavFileWriter w;
   ASSERT_TRUE(w.Open(lu::Path(dir.Wide("x.wav")), true));
-  w.SetFormat(Fmt24(2, 16, NyChannelConfig(2, 1, 3), 0x0000AC44));
+  w.SetFormat(Fmt24(2, 16, NyChannelConfig(2, 1, 3)));
   w.SetMarkers(markers.list);
   w.SetLoopPoints(0x11, 0x22);
   ASSERT_TRUE(w.WriteChunks(ChunkFlag_Smpl | ChunkFlag_Cue | ChunkFlag_List));
@@ -434,19 +364,14 @@ TEST(WavWriterBigEndian, RifxHeadersRecordsAndSamples) {
   const Bytes b = ReadFileBytes(dir.Native("x.wav"));
   EXPECT_EQ(Bytes(b.begin(), b.begin() + 4), B4("RIFX"));
   EXPECT_EQ(GetU32(b, 4), b.size() - 8);  // patched little-endian on purpose
-  const size_t fmt = FindChunk(b, "fmt ", true);
-  ASSERT_EQ(fmt, 12u);
-  EXPECT_EQ(GetU32BE(b, fmt + 4), 24u);
-  EXPECT_EQ(b[fmt + 8], 0xFF);  // tag 0xFFFE, big-endian
-  EXPECT_EQ(b[fmt + 9], 0xFE);
-  EXPECT_EQ(GetU32BE(b, fmt + 12), 0xAC44u);
+  // Field-by-field swapping is checked on the records themselves; here each chunk must be swapped.
+  ASSERT_EQ(FindChunk(b, "fmt ", true), 12u);
+  EXPECT_EQ(GetU32BE(b, 16), 24u);
+  EXPECT_EQ(GetU32BE(b, 24), 0xAC44u);
   const size_t smpl = FindChunk(b, "smpl", true);
-  EXPECT_EQ(GetU32BE(b, smpl + 8 + 28), 1u);
   EXPECT_EQ(GetU32BE(b, smpl + 8 + 44), 0x11u);
-  EXPECT_EQ(GetU32BE(b, smpl + 8 + 48), 0x22u);
   const size_t cue = FindChunk(b, "cue ", true);
   EXPECT_EQ(GetU32BE(b, cue + 8), 1u);
-  EXPECT_EQ(GetU32BE(b, cue + 12), 1u);
   EXPECT_EQ(GetU32BE(b, cue + 16), 0x01020304u);
   EXPECT_EQ(std::memcmp(b.data() + cue + 20, "data", 4), 0);
   const size_t list = FindChunk(b, "LIST", true);
@@ -501,7 +426,7 @@ TEST(WavWriterFailures, UnsupportedFormatsAndCallOrder) {
   ::mkdir(dir.Native("ro").c_str(), 0555);
   EXPECT_FALSE(w.Open(lu::Path(dir.Wide("ro/x.wav")), false));
   EXPECT_FALSE(w.OpenTempFile(lu::Path(dir.Wide("ro")), temp, false));
-  EXPECT_TRUE(Entries(dir.Native("ro")).empty());
+  EXPECT_TRUE(FolderNames(dir.Native("ro")).empty());
 }
 
 namespace {
@@ -550,62 +475,15 @@ TEST(WavWriterFailures, FourGibLimit) {
   EXPECT_EQ(RiffSizeField(dir.Native("big.wav")), 192u);
 }
 
-TEST(WavWriterFailures, FullDiskReportsAndLosesNothing) {
-  {  // /dev/full: the sample write or the close reports a full disk.
-    NyWavFileWriter w;
-    ASSERT_TRUE(w.Open(lu::Path(L"/dev/full"), false));
-    w.SetFormat(Fmt40(2, 24));
-    w.WriteChunks(0);
-    std::vector<float> x(2 * 100000);
-    EXPECT_FALSE(w.WriteReal32AsPCMData(100000, x.data()));
-    EXPECT_EQ(lu::File::GetLastError(), lu::FileErrorDiskFull);
-    EXPECT_FALSE(w.Close());
-  }
-  // Replacing a file through a temporary one: a write that fails part-way (the file size limit of a
-  // child process stands for a full disk) leaves the destination as it was, and the temporary file
-  // is the one named by tempPath, so the caller can remove it.
-  TempDir dir;
-  Bytes original(5000);
-  for (size_t i = 0; i < original.size(); ++i) original[i] = static_cast<uint8_t>(i * 13);
-  WriteFileBytes(dir.Native("dest.wav"), original);
-  const std::string tempNameFile = dir.Native("name.txt");
-  const pid_t child = ::fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{1 << 20, 1 << 20};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-    NyWavFileWriter w;
-    lu::Path temp;
-    if (!w.OpenTempFile(lu::Path(dir.Wide()), temp, false)) ::_exit(10);
-    w.SetFormat(Fmt40(2, 16));
-    if (!w.WriteChunks(0)) ::_exit(11);
-    std::vector<float> x(2 * 65536, 0.25f);
-    bool failed = false;
-    for (int i = 0; i < 64 && !failed; ++i) failed = !w.WriteReal32AsPCMData(65536, x.data());
-    const bool closed = w.Close();
-    const std::wstring wide = temp.GetFullPath();  // "Z:\tmp\..."
-    std::string name;
-    for (size_t i = 2; i < wide.size(); ++i) name.push_back(wide[i] == L'\\' ? '/' : static_cast<char>(wide[i]));
-    FILE* f = std::fopen(tempNameFile.c_str(), "w");
-    std::fputs(name.c_str(), f);
-    std::fclose(f);
-    // Close still patches the sizes of what did get written.
-    ::_exit(failed && closed ? 0 : 12);
-  }
-  int status = 0;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  ASSERT_TRUE(WIFEXITED(status));
-  ASSERT_EQ(WEXITSTATUS(status), 0);
-  EXPECT_EQ(ReadFileBytes(dir.Native("dest.wav")), original);
-  const Bytes nameBytes = ReadFileBytes(tempNameFile);
-  const std::string tempName(nameBytes.begin(), nameBytes.end());
-  EXPECT_EQ(tempName.substr(0, dir.Native().size() + 1), dir.Native() + "/");
-  EXPECT_EQ(tempName.substr(tempName.size() - 4), ".tmp");
-  struct stat st;
-  ASSERT_EQ(::stat(tempName.c_str(), &st), 0);
-  EXPECT_EQ(st.st_size, 1 << 20);
-  ASSERT_EQ(::unlink(tempName.c_str()), 0);
-  ::unlink(tempNameFile.c_str());
-  EXPECT_EQ(Entries(dir.Native()), std::vector<std::string>{"dest.wav"});
+TEST(WavWriterFailures, FullDiskIsReported) {
+  // The sample write or the close reports a full disk (a write cut short through a temporary file
+  // is covered with the interrupted writes).
+  NyWavFileWriter w;
+  ASSERT_TRUE(w.Open(lu::Path(L"/dev/full"), false));
+  w.SetFormat(Fmt40(2, 24));
+  w.WriteChunks(0);
+  std::vector<float> x(2 * 100000);
+  EXPECT_FALSE(w.WriteReal32AsPCMData(100000, x.data()));
+  EXPECT_EQ(lu::File::GetLastError(), lu::FileErrorDiskFull);
+  EXPECT_FALSE(w.Close());
 }
