@@ -16,6 +16,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/NYBaseConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/NYBaseConfig.cmake ${PROJECT_BINARY_DIR}/NYBaseConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/NYBase)
 
+# The .pc file finds its prefix relative to its own folder, so that `cmake --install --prefix X`
+# (which does not reconfigure) still yields a correct file.
+file(RELATIVE_PATH NYBASE_PC_TO_PREFIX "/p/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/p")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/nybase.pc.in ${PROJECT_BINARY_DIR}/nybase.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/nybase.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 if(NYBASE_BUILD_TOOLS)
