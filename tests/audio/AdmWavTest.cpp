@@ -67,10 +67,9 @@ TEST_F(AdmWav, TheAdmRouteDeliversTheBedInSpeakerOrderWhicheverChunkComesFirst) 
     EXPECT_EQ(adm->GetObjects().size(), 1u);
     EXPECT_EQ(adm->GetTrackUIDs().size(), files[i].trackUIDs) << i;
 
-    std::vector<float> out(k_frames * 6, -9.0f);
+    std::vector<float> out(k_frames * 6, -9.0f), planar(k_frames * 6, -9.0f);
     ASSERT_TRUE(reader->SeekToAudioFrame(0));
     ASSERT_EQ(reader->ReadPCMDataAsFloat32(k_frames, out.data()), k_frames);
-    std::vector<float> planar(k_frames * 6, -9.0f);
     ASSERT_TRUE(reader->SeekToAudioFrame(0));
     ASSERT_EQ(reader->ReadPCMDataAsFloat32(k_frames, reader->GetFormat().channelConfig, NY::ChannelOrdering_Native,
                                            planar.data(), false),
@@ -113,11 +112,6 @@ TEST_F(AdmWav, DamagedAdmChunks) {
   } cases[] = {
       {"malformed XML", Concat({k_fmt51, Axml("<ebuCoreMain><format><audioFormatExtended><audioObject"), data}),
        false, true},
-      {"no audioFormatExtended", Concat({k_fmt51, Axml("<ebuCoreMain/>"), data}), false, true},
-      {"missing object name",
-       Concat({k_fmt51, Axml(WrapAxml("<audioObject audioObjectID=\"AO_1\"/>")), data}), false, true},
-      {"unknown elements", Concat({k_fmt51, Axml(WrapAxml("<x><y/></x><audioSomething a=\"1\"/>")), data}), true,
-       true},
       {"XML with a NUL inside", Concat({k_fmt51, Axml(good.substr(0, 20) + std::string(1, '\0') + good), data}),
        false, true},
       {"axml beyond the file", Concat({k_fmt51, data, Header("axml", 1u << 30), Bytes{'<', 'a'}}), false, false},
@@ -126,8 +120,6 @@ TEST_F(AdmWav, DamagedAdmChunks) {
       {"chna counts ignored", Concat({k_fmt51, data, Chunk("chna", absurd)}), true, true},
       {"chna shorter than a record", Concat({k_fmt51, data, Chunk("chna", Bytes(30, 'A'))}), true, true},
       {"chna counts cut short", Concat({k_fmt51, data, Header("chna", 3), Bytes{1, 2, 3}}), false, false},
-      {"chna records beyond the file", Concat({k_fmt51, data, Header("chna", 4 + 40 * 1000), Bytes(44)}), false,
-       false},
       {"UIDs of wrong length", Concat({k_fmt51, Chunk("chna", wrongLengths), data}), true, true},
   };
   for (const auto& c : cases) {
@@ -146,6 +138,6 @@ TEST_F(AdmWav, DamagedAdmChunks) {
     std::vector<NyDMObject> objects;
     std::vector<NyDMPos> positions;
     std::vector<char> names;
-    EXPECT_TRUE(reader->GetADM()->ToNyDM(dm, objects, positions, names));
+    EXPECT_TRUE(reader->GetADM()->ToNyDM(dm, objects, positions, names)) << c.what;
   }
 }
