@@ -116,7 +116,7 @@ TEST(OnsetFile, UnusableFilesKeepThePreviousOnsets) {
     const bool readable = std::string("slow.wav short.wav").find(name) != std::string::npos && *name;
     EXPECT_EQ(fft.GetSpectrum(path, spectrum, rate, nullptr), readable) << name;
     EXPECT_EQ(spectrum.size(), readable ? 256u : 0u) << name;
-    if (!readable) EXPECT_EQ(rate, 7u) << name;  // a failed read leaves the rate alone
+    EXPECT_TRUE(readable || rate == 7u) << name;  // a failed read leaves the rate alone
   }
 }
 
