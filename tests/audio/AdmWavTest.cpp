@@ -84,18 +84,16 @@ TEST_F(AdmWav, TheAdmRouteDeliversTheBedInSpeakerOrderWhicheverChunkComesFirst) 
   }
 }
 
-TEST_F(AdmWav, WithoutMultichannelObjectsOrWithoutAdmTheOrderStays) {
-  const Bytes data = Chunk("data", SixChannelData());
-  const Bytes singles = Axml(WrapAxml("<audioObject audioObjectID=\"AO_1\" audioObjectName=\"a\">"
-                                      "<audioTrackUIDRef>ATU_00000001</audioTrackUIDRef></audioObject>"));
-  for (const Bytes& body : {Concat({k_fmt51, singles, data}), Concat({k_fmt51, data})}) {
-    auto reader = Open(body);
-    ASSERT_TRUE(reader->ReadChunks(~0u));
-    std::vector<float> out(k_frames * 6);
-    reader->SeekToAudioFrame(0);
-    ASSERT_EQ(reader->ReadPCMDataAsFloat32(k_frames, out.data()), k_frames);
-    for (unsigned int c = 0; c < 6; ++c) EXPECT_EQ(out[6 + c], float((c + 1) * 1024 + 1) / 32768.0f);
-  }
+TEST_F(AdmWav, WithoutMultichannelObjectsTheOrderStays) {
+  auto reader = Open(Concat({k_fmt51,
+                             Axml(WrapAxml("<audioObject audioObjectID=\"AO_1\" audioObjectName=\"a\">"
+                                           "<audioTrackUIDRef>ATU_00000001</audioTrackUIDRef></audioObject>")),
+                             Chunk("data", SixChannelData())}));
+  ASSERT_TRUE(reader->ReadChunks(~0u));
+  std::vector<float> out(k_frames * 6);
+  reader->SeekToAudioFrame(0);
+  ASSERT_EQ(reader->ReadPCMDataAsFloat32(k_frames, out.data()), k_frames);
+  for (unsigned int c = 0; c < 6; ++c) EXPECT_EQ(out[6 + c], float((c + 1) * 1024 + 1) / 32768.0f);
 }
 
 TEST_F(AdmWav, DamagedAdmChunks) {
