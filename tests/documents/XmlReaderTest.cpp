@@ -89,11 +89,14 @@ TEST(XmlReaderWalk, NodesMatchLibxml2WithoutSignificantWhitespace) {
   const char* docs[] = {
       k_prologDoc,
       "<r xml:space=\"preserve\"> <b> </b> <c/> </r>",
-      "<r xml:space=\"default\">\n  <b> </b>\n</r>",
-      "<r>\n  <b>x</b>\n</r>",
       "<\xC3\xA4 \xC3\xB6=\"\xC3\xBC\">\xF0\x9D\x84\x9E</\xC3\xA4>",
   };
   int significant = 0;
+  {  // Before the first Read the reader is at the end, on no node.
+    XmlReader fresh(docs[0], XmlReader::XmlSourceMemory);
+    EXPECT_TRUE(fresh.IsEOF());
+    EXPECT_EQ(fresh.GetNodeType(), XmlNodeType::None);
+  }
   for (const char* doc : docs) {
     SCOPED_TRACE(doc);
     XmlReader r(doc, XmlReader::XmlSourceMemory);
@@ -107,20 +110,10 @@ TEST(XmlReaderWalk, NodesMatchLibxml2WithoutSignificantWhitespace) {
   EXPECT_GT(significant, 3);
 }
 
-TEST(XmlReaderWalk, EndOfInputFlag) {
-  XmlReader r("<r><a/></r>", XmlReader::XmlSourceMemory);
-  EXPECT_TRUE(r.IsEOF());  // before the first Read
-  EXPECT_EQ(r.GetNodeType(), XmlNodeType::None);
-  EXPECT_TRUE(r.Read());
-  EXPECT_FALSE(r.IsEOF());
-  EXPECT_TRUE(r.Read() && r.IsEmptyElement());
-  EXPECT_TRUE(r.Read() && !r.Read());
-  EXPECT_TRUE(r.IsEOF());
-}
-
 TEST(XmlReaderWalk, WideNamesAndValues) {
   XmlReader r(W16(u"<x:\u00e4 xmlns:x=\"u\" k=\"\u00fc\U0001D11E\">\U0001D11E&amp;</x:\u00e4>"), XmlReader::XmlSourceMemory);
   ASSERT_TRUE(r.Read());
+  EXPECT_FALSE(r.IsEOF() || r.IsEmptyElement());
   EXPECT_EQ(r.GetName(), W16(u"\u00e4"));  // local name: no prefix
   EXPECT_EQ(r.GetAttribute(L"k"), W16(u"\u00fc\U0001D11E"));
   ASSERT_TRUE(r.Read());
@@ -146,6 +139,7 @@ TEST(XmlReaderNavigation, MoveToContent) {
     EXPECT_EQ(r.GetNodeType(), XmlNodeType::Comment);
     EXPECT_EQ(r.MoveToContent(), XmlNodeType::Element);
     EXPECT_STREQ(r.GetConstName(), "b");
+    EXPECT_TRUE(r.IsEmptyElement());
   }
   {  // Running out of input gives the last type looked at.
     XmlReader r("<r/><!--tail-->", XmlReader::XmlSourceMemory);
@@ -165,11 +159,8 @@ TEST(XmlReaderNavigation, SkipMovesBehindTheSubtree) {
   };
   const Case cases[] = {
       {"<r><a><b><a>x</a></b><c/></a><n/></r>", "a", "1:n"},
-      {"<r><a/><n/></r>", "a", "1:n"},
-      {"<r><a></a><n/></r>", "a", "1:n"},
       {"<r><a>t</a>tail</r>", "a", "3:#text"},
       {"<r><a><a/><a></a></a></r>", "a", "15:r"},
-      {"<r>t<a/><n/></r>", "a", "1:n"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.doc);
@@ -195,22 +186,17 @@ TEST(XmlReaderElementString, GathersTheTextOfOneElement) {
   const Case cases[] = {
       {"<r><e>abc</e><n/></r>", L"abc", "1:n"},
       {"<r><e/><n/></r>", L"", "1:n"},
-      {"<r><e></e><n/></r>", L"", "1:n"},
       {"<r><e>ab<![CDATA[<c>]]>de</e><n/></r>", L"ab<c>de", "1:n"},
       {"<r><e>a &amp; b&#x41;</e><n/></r>", L"a & bA", "1:n"},
-      {"<r><e>\xF0\x9D\x84\x9E</e><n/></r>", W16(u"\U0001D11E"), "1:n"},
       // Whitespace-only text is significant whitespace, which is never seen.
       {"<r><e>  </e><n/></r>", L"", "1:n"},
-      {"<r xml:space=\"preserve\"><e>  </e><n/></r>", L"", "1:n"},
       {"<r>\n <e>\n  text\n </e>\n</r>", L"\n  text\n ", "15:r"},
       // A comment ends the gathering: the text is dropped and the reader stays on it.
       {"<r><e>ab<!--c-->de</e><n/></r>", L"", "8:#comment"},
-      {"<r><e><!--c-->de</e><n/></r>", L"", "8:#comment"},
       // One element level is looked into: a first child element gives its own text, and the
       // reader ends on the outer end tag.
       {"<r><e><i>in</i></e><n/></r>", L"in", "15:e"},
       {"<r><e><i/></e><n/></r>", L"", "1:i"},
-      {"<r><e><i></i></e><n/></r>", L"", "15:e"},
       {"<r><e>x<i/>y</e></r>", L"", "1:i"},
       // An unsubstituted entity reference ends the gathering too.
       {"<!DOCTYPE r [<!ENTITY x \"X\">]><r><e>a&x;b</e></r>", L"", "5:x"},
@@ -230,12 +216,6 @@ TEST(XmlReaderElementString, StartsFromTheNextContentNode) {
     EXPECT_EQ(r.ReadElementString(), L"v");
     EXPECT_TRUE(r.IsEOF());
   }
-  {  // From a comment before the element.
-    XmlReader r("<r><!--c--><e>v</e></r>", XmlReader::XmlSourceMemory);
-    ASSERT_TRUE(r.Read() && r.Read());
-    EXPECT_EQ(r.GetNodeType(), XmlNodeType::Comment);
-    EXPECT_EQ(r.ReadElementString(), L"v");
-  }
   {  // Not on an element after MoveToContent: empty, and no move.
     XmlReader r("<r><e/></r>", XmlReader::XmlSourceMemory);
     ASSERT_TRUE(r.Read() && r.Read() && r.Read());
@@ -254,7 +234,6 @@ TEST(XmlReaderElementString, InPlaceHalves) {
   const Case cases[] = {
       {"<r><e>abc</e><n/></r>", true, "abc", "15:e"},
       {"<r><e/><n/></r>", true, nullptr, "1:e"},
-      {"<r><e></e></r>", true, nullptr, "15:e"},
       {"<r><e><i/></e></r>", true, nullptr, "1:i"},
       {"<r><e><i>t</i></e></r>", true, "t", "15:i"},
       {"<r><e><!--c--></e></r>", true, nullptr, "8:#comment"},
@@ -373,21 +352,6 @@ TEST(XmlReaderMarkup, AtTheEndOfInput) {
   }
 }
 
-TEST(XmlReaderTreeOperations, NeutralOnThisReader) {
-  XmlReader r("<r><e k=\"v\"/></r>", XmlReader::XmlSourceMemory);
-  ASSERT_TRUE(ReadTo(r, "e"));
-  EXPECT_EQ(r.GetReaderType(), lu::IXmlReaderType::XmlReader);
-  EXPECT_TRUE(r.MoveTo(L"k"));
-  EXPECT_TRUE(r.MoveTo(L"absent"));
-  r.MoveToPrevious();
-  r.Next();
-  r.CleanArray();
-  EXPECT_FALSE(r.IsParentArray());
-  EXPECT_EQ(Where(r), "1:e");
-  EXPECT_TRUE(r.Read());
-  EXPECT_EQ(Where(r), "15:r");
-}
-
 namespace {
 
 const char k_sourceDoc[] = "<r k=\"\xC3\xA9\"><e>\xF0\x9D\x84\x9E</e></r>";
@@ -424,16 +388,9 @@ TEST(XmlReaderSources, EveryConstructorReadsTheSameDocument) {
        }},
       {"wide path, drive Z:",
        [&](auto& d) { return std::make_unique<XmlReader>(CStdStr<wchar_t>(d.Wide(fileName)), XmlReader::XmlSourceFile); }},
-      {"wide path, Linux form",
-       [&](auto& d) { return std::make_unique<XmlReader>(CStdStr<wchar_t>(d.Native(fileName)), XmlReader::XmlSourceFile); }},
       {"lu::Path", [&](auto& d) { return std::make_unique<XmlReader>(lu::Path(CStdStr<wchar_t>(d.Wide(fileName)))); }},
       {"narrow path",
        [&](auto& d) { return std::make_unique<XmlReader>(d.Native(fileName).c_str(), XmlReader::XmlSourceFile); }},
-      {"narrow path, drive Z:",
-       [&](auto& d) {
-         const CStdStr<char> utf8(d.Wide(fileName));
-         return std::make_unique<XmlReader>(utf8.c_str(), XmlReader::XmlSourceFile);
-       }},
   };
   for (const SourceCase& c : cases) {
     SCOPED_TRACE(c.label);
@@ -459,8 +416,6 @@ TEST(XmlReaderSources, MissingOrUnmappableFileIsAnImmediateEnd) {
   const std::wstring missing = dir.Wide("missing.xml");
   const SourceCase cases[] = {
       {"wide", [&](auto&) { return std::make_unique<XmlReader>(CStdStr<wchar_t>(missing), XmlReader::XmlSourceFile); }},
-      {"path", [&](auto&) { return std::make_unique<XmlReader>(lu::Path(missing.c_str())); }},
-      {"narrow", [&](auto& d) { return std::make_unique<XmlReader>(d.Native("missing.xml").c_str(), XmlReader::XmlSourceFile); }},
       {"other drive", [](auto&) { return std::make_unique<XmlReader>(lu::Path(L"D:\\missing.xml")); }},
       {"UNC", [](auto&) { return std::make_unique<XmlReader>(CStdStr<wchar_t>(L"\\\\srv\\share\\x.xml"), XmlReader::XmlSourceFile); }},
       {"empty path", [](auto&) { return std::make_unique<XmlReader>("", XmlReader::XmlSourceFile); }},
@@ -506,20 +461,12 @@ TEST(XmlReaderBadInput, EndsWithAnErrorInTheStore) {
   const Case cases[] = {
       {"mismatched tags", "<a>\n<b>\n</a>\n"},
       {"truncated in text", "<a>\n<b>text"},
-      {"truncated in a tag", "<a>\n<b att=\"1"},
       {"invalid UTF-8", "<a>\n\xff</a>"},
-      {"cut UTF-8 sequence", "<a>\xe2\x82</a>"},
-      {"overlong UTF-8", "<a>\xc0\xaf</a>"},
       {"entity expansion bomb", xmltest::BillionLaughs("lolz")},
       {"undefined entity", "<a>\n&nope;</a>"},
-      {"entity loop", "<!DOCTYPE a [<!ENTITY x \"&y;\"><!ENTITY y \"&x;\">]>\n<a>&x;</a>"},
       {"empty", ""},
-      {"prolog only", "<?xml version=\"1.0\"?>\n"},
       {"duplicate attribute", "<a x='1' x='2'/>"},
-      {"NUL character reference", "<a>&#0;</a>"},
       {"two roots", "<a/>\n<b/>"},
-      {"unbound prefix is not fatal but garbage after the root is", "<p:a/>junk"},
-      {"bad name", "<1a/>"},
   };
   nytest::TempDir dir;
   for (const Case& c : cases) {
@@ -556,9 +503,7 @@ TEST(XmlReaderBadInput, WellFormedDocumentsReadToTheEndWithoutErrors) {
       k_prologDoc,
       "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><r>\xe9</r>",
       "<!DOCTYPE r SYSTEM \"not-there.dtd\"><r/>",
-      "<!DOCTYPE r [<!ATTLIST r d CDATA \"def\">]><r/>",
       "<r xmlns=\"urn:d\" xmlns:p=\"urn:p\"><p:b p:c=\"1\"/></r>",
-      "<r>&#x1D11E;&#65;&lt;&gt;&amp;&apos;&quot;</r>",
       quadratic,  // references are not expanded, so libxml2's limits are never reached
   };
   for (const std::string& doc : docs) {

@@ -89,20 +89,13 @@ TEST_F(XmlValidation, FileResultsAndPositionsMatchXmllint) {
   };
   const Case cases[] = {
       {"valid", "<library>\n <book id=\"1\"><title>T</title><year>1999</year></book>\n</library>\n", Valid},
-      {"valid, two books",
-       "<library><book id=\"1\"><title/><year>2001</year></book>\n<book id=\"2\"><title>\xC3\xA9</title><year>0999</year></book></library>",
-       Valid},
       {"wrong order", "<library>\n <book id=\"1\">\n  <year>1999</year>\n  <title>T</title>\n </book>\n</library>\n", Invalid},
       {"bad attribute value", "<library>\n\n <book id=\"x\"><title>T</title><year>1999</year></book>\n</library>\n", Invalid},
-      {"missing attribute", "<library>\n <book><title>T</title><year>1999</year></book>\n</library>\n", Invalid},
       {"bad included type", "<library>\n <book id=\"1\"><title>T</title>\n<year>later</year></book>\n</library>\n", Invalid},
-      {"unknown root", "<shelf/>\n", Invalid},
       {"two errors, the last one counts",
        "<library>\n <book id=\"0\"><title>T</title><year>1999</year></book>\n\n\n <book id=\"3\"><title>T</title><year>x</year></book>\n</library>\n",
        Invalid},
       {"not well-formed", "<library>\n <book id=\"1\">\n</library>\n", NotWellFormed},
-      {"truncated", "<library>\n <book id=\"1\"><title>T", NotWellFormed},
-      {"invalid UTF-8", "<library>\n <book id=\"1\"><title>\xff</title><year>1999</year></book>\n</library>\n", NotWellFormed},
       {"empty file", "", NotWellFormed},
       {"entity expansion bomb", xmltest::BillionLaughs("library"), NotWellFormed},
   };
@@ -204,7 +197,6 @@ TEST_F(XmlValidation, SchemaFailuresAndTheirCodes) {
       {"missing", m_dir.Wide("missing.xsd"), XmlValidationErrorInfo::k_schemaUnreadable, L"failed to load"},
       {"not well-formed", m_dir.Wide("broken.xsd"), XmlValidationErrorInfo::k_schemaUnreadable, L"Premature end of data"},
       {"does not compile", m_dir.Wide("nocompile.xsd"), XmlValidationErrorInfo::k_schemaInvalid, L"does not resolve to a(n) type definition"},
-      {"no place on this file system", L"Q:\\schemas\\x.xsd", XmlValidationErrorInfo::k_schemaUnreadable, L"failed to load"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);

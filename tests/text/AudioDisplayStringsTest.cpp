@@ -29,9 +29,9 @@ TEST(ChannelMaskToNumChannels, SplitsEarLevelLfeAndHeight) {
     unsigned mask;
     int ear, lfe, height;
   } cases[] = {
-      {0x0, 0, 0, 0},        {0x8, 0, 1, 0},          {0x60F, 5, 1, 0},  // 5.1 sides
-      {0x63F, 7, 1, 0},      {0x2D63F, 7, 1, 4},      {0x100, 0, 0, 1},  // BC counts as height
-      {0x800, 0, 0, 1},      {0x40, 0, 0, 1},         {0xFFFFFFFFu, 7, 1, 24},
+      {0x0, 0, 0, 0},        {0x60F, 5, 1, 0},  // 5.1 sides
+      {0x2D63F, 7, 1, 4},    {0x100, 0, 0, 1},  // BC counts as height
+      {0x40, 0, 0, 1},       {0xFFFFFFFFu, 7, 1, 24},
   };
   for (const Case& c : cases) {
     unsigned char ear = 99, lfe = 99, height = 99;
@@ -50,14 +50,12 @@ TEST(ChannelConfigDisplayName, NamesEachType) {
       {Make(0, kAnon, 0), L""},
       {Make(2, kAnon, 0), L"Anonymous (2 channels)"},
       {Make(6, kStd, 0x60F), L"5.1"},
-      {Make(2, kStd, 0x3), L"2.0"},
       {Make(12, kStd, 0x2D63F), L"7.1.4"},
       {Make(3, kStd, 0x103), L"2.0.1"},
       {Make(0, kStd, 0), L"0.0"},
       {Make(4, kAmbi, 0), L"Ambisonics (4 channels)"},
       {Make(5, kObj, 0), L"Audio Objects"},
       {Make(4, 4, 0x3), L"previous"},  // unknown type: untouched
-      {Make(2, 15, 0x3), L"previous"},
   };
   for (const Case& c : cases) {
     CStdStr<wchar_t> s(L"previous");
@@ -72,7 +70,6 @@ TEST(ChannelConfigToDisplayNames, StandardNamesPutSidesBeforeBacksAndLfeLast) {
     std::vector<std::wstring> expected;
   } cases[] = {
       {0x63F, {L"L", L"R", L"C", L"SL", L"SR", L"BL", L"BR", L"LFE"}},
-      {0x60F, {L"L", L"R", L"C", L"SL", L"SR", L"LFE"}},
       {0x3F, {L"L", L"R", L"C", L"BL", L"BR", L"LFE"}},
       {0x2D63F, {L"L", L"R", L"C", L"SL", L"SR", L"BL", L"BR", L"HFL", L"HFR", L"HBL", L"HBR", L"LFE"}},
       {0x3FF3F,
@@ -90,17 +87,14 @@ TEST(ChannelConfigToDisplayNames, StandardNamesPutSidesBeforeBacksAndLfeLast) {
 
 TEST(ChannelConfigToDisplayNames, OtherTypes) {
   EXPECT_EQ(Names(Make(4, kAmbi, 0)), (std::vector<std::wstring>{L"W", L"Y", L"Z", L"X"}));
-  EXPECT_EQ(Names(Make(1, kAmbi, 0)), (std::vector<std::wstring>{L"W"}));
   EXPECT_EQ(Names(Make(9, kAmbi, 0)),
             (std::vector<std::wstring>{L"W", L"Y", L"Z", L"X", L"V", L"T", L"R", L"S", L"U"}));
   EXPECT_EQ(Names(Make(10, kAmbi, 0)), std::vector<std::wstring>(10, L"X"));
   EXPECT_EQ(Names(Make(16, kAmbi, 0)).back(), L"P");
   EXPECT_EQ(Names(Make(17, kAmbi, 0)), Numbers(17));
-  EXPECT_EQ(Names(Make(25, kAmbi, 0)), Numbers(25));
   EXPECT_EQ(Names(Make(0, kAmbi, 0)), Numbers(0));
   EXPECT_EQ(Names(Make(3, kAnon, 0)), Numbers(3));
   EXPECT_EQ(Names(Make(255, kObj, 0)), Numbers(255));
-  EXPECT_EQ(Names(Make(0, kAnon, 0)), Numbers(0));
   EXPECT_EQ(Names(Make(2, 5, 0x3)), Numbers(0));
 }
 
@@ -112,8 +106,6 @@ TEST(GetChannelConfigOverrideString, AppendsTheChannelOrder) {
   } cases[] = {
       {Make(6, kStd, 0x60F), 1, L"5.1 (L,C,R,SL,SR,LFE)"},
       {Make(6, kStd, 0x60F), 0, L"5.1 (L,R,C,LFE,SL,SR)"},
-      {Make(6, kStd, 0x60F), 2, L"5.1 (L,R,C,LFE,SL,SR)"},
-      {Make(12, kStd, 0x2D63F), 0, L"7.1.4 (L,R,C,LFE,BL,BR,SL,SR,HFL,HFR,HBL,HBR)"},
       {Make(12, kStd, 0x2D63F), 1, L"7.1.4 (L,C,R,SL,SR,BL,BR,LFE,HFL,HFR,HBL,HBR)"},
       {Make(3, kStd, 0x103), 1, L"2.0.1 (L,R)"},  // BC has no place in the alternative order
       {Make(3, kStd, 0x103), 0, L"2.0.1 (L,R,BC)"},
@@ -122,7 +114,6 @@ TEST(GetChannelConfigOverrideString, AppendsTheChannelOrder) {
       {Make(0, kAnon, 0), 2, L""},
       {Make(4, kAmbi, 0), 0, L"Ambisonics (4 channels) (AmbiX)"},
       {Make(4, kAmbi, 0), 2, L"Ambisonics (4 channels) (FuMa)"},
-      {Make(4, kAmbi, 0), 1, L"Ambisonics (4 channels) (FuMa)"},
       {Make(2, kObj, 0), 0, L"Audio Objects (AmbiX)"},
       {Make(2, 4, 0), 1, L" (FuMa)"},
   };
@@ -147,7 +138,6 @@ TEST(GetChannelConfigOverridePermutations, ListsEveryOverrideOfACount) {
       {15, {15}},
       {16, {16, 0x200000210, 0x210}},
       {25, {25, 0x219}},
-      {36, {36, 0x224}},
       {256, {0}},
   };
   for (const Case& c : cases) {
@@ -188,8 +178,7 @@ TEST(FmtTagToString, NamesKnownCodecs) {
   } cases[] = {
       {1, L"PCM"},          {0xFFFE, L"PCM"},     {2, L"ADPCM"},        {0x8311, L"ptADPCM"},
       {0xFFFB, L"VAG"},     {0xFFFC, L"ATRAC9"},  {0xFFFF, L"VORBIS"},  {0x0166, L"XMA"},
-      {0x3039, L"OPUSNX"},  {0x3040, L"OPUS"},    {0x3041, L"VLE OPUS"}, {0, L"Unknown(0)"},
-      {3, L"Unknown(3)"},   {0xFFFD, L"Unknown(65533)"},
+      {0x3039, L"OPUSNX"},  {0x3040, L"OPUS"},    {0x3041, L"VLE OPUS"}, {0xFFFD, L"Unknown(65533)"},
   };
   for (const Case& c : cases) EXPECT_EQ(StringHelp::FmtTagToString(c.tag), c.expected) << c.tag;
 }

@@ -28,9 +28,7 @@ TEST(StringHelpGuid, EveryPrintingFormWritesTheSameUpperCaseText) {
   StringHelp::ConvertNyGuidToString(k_guid, wa);
   StringHelp::unsafe::ConvertNyGuidToString(k_guid, raw);
   EXPECT_EQ(n, k_text);
-  EXPECT_EQ(n.size(), 38u);
   EXPECT_EQ(w, CStdStr<wchar_t>(k_text));
-  EXPECT_EQ(w.size(), 38u);
   EXPECT_STREQ(a, k_text);
   EXPECT_EQ(std::wstring(wa), w);
   EXPECT_STREQ(raw, k_text);
@@ -61,11 +59,9 @@ TEST(StringHelpGuid, AnyMalformedTextGivesTheNullGuid) {
       good.substr(1, 36),                        // no braces
       good + " ",                                // too long
       good.substr(0, 37),                        // too short
-      "(" + good.substr(1, 36) + ")",            // other brackets
       dashMoved,
       "{0123ABCD-4E5F-A6B7-C8D9-EAFB0C1D2E3G}",  // not a hex digit
       "{0123ABCD+4E5F-A6B7-C8D9-EAFB0C1D2E3F}",
-      "{0123ABCD-4E5F-A6B7-C8D9-EAFB0C1D2E-F}",
       "{ 123ABCD-4E5F-A6B7-C8D9-EAFB0C1D2E3F}",
   };
   for (const std::string& c : cases) {

@@ -12,12 +12,8 @@ TEST(StringHelpPrint, IntegersInBothWidthsReplaceTheString) {
   StringHelp::IntToString(-42, w);
   EXPECT_EQ(n, "-42");
   EXPECT_EQ(w, L"-42");
-  StringHelp::Int32ToString(std::numeric_limits<int>::min(), w);
-  EXPECT_EQ(w, L"-2147483648");
   StringHelp::Int64ToString(std::numeric_limits<int64_t>::min(), n);
   EXPECT_EQ(n, "-9223372036854775808");
-  StringHelp::UInt32ToString(4294967295u, w);
-  EXPECT_EQ(w, L"4294967295");
   StringHelp::UInt64ToString(18446744073709551615ull, w);
   EXPECT_EQ(w, L"18446744073709551615");
   StringHelp::UInt64ToString(0, n);
@@ -30,8 +26,7 @@ TEST(StringHelpPrint, UIntPadsOnlySingleDigitsWhenAsked) {
     bool pad;
     const wchar_t* text;
   };
-  const Case cases[] = {{9, true, L"09"}, {0, true, L"00"}, {10, true, L"10"},
-                        {9, false, L"9"}, {123, true, L"123"}, {0, false, L"0"}};
+  const Case cases[] = {{9, true, L"09"}, {10, true, L"10"}, {9, false, L"9"}};
   for (const auto& c : cases) {
     CStdStr<wchar_t> w = L"x";
     CStdStr<char> n = "x";
@@ -44,9 +39,8 @@ TEST(StringHelpPrint, UIntPadsOnlySingleDigitsWhenAsked) {
 
 TEST(StringHelpPrint, CompactNumberString) {
   const std::pair<const char*, const char*> cases[] = {
-      {"1.500", "1.5"}, {"2.000", "2"}, {"-0.000", "0"}, {"100", "100"}, {"10", "10"},
-      {"-0", "0"},      {".0", ""},     {"0.0", "0"},    {"100.", "100"}, {".", "."},
-      {"-0.5", "-0.5"}, {"1.0e10", "1.0e1"}, {"", ""},  {"0", "0"},      {"-10.00", "-10"},
+      {"1.500", "1.5"}, {"2.000", "2"}, {"-0.000", "0"}, {"100", "100"}, {".0", ""},
+      {"100.", "100"},  {".", "."},   {"1.0e10", "1.0e1"}, {"-10.00", "-10"},
   };
   for (const auto& [in, out] : cases) {
     CStdStr<char> n = in;
@@ -66,24 +60,17 @@ TEST(StringHelpPrint, FormatNumberStringGroupsByBlankWithoutLeadingZero) {
   };
   const Case cases[] = {
       {L"1234.5", 2, L"1 234.50"},
-      {L"-1234567.891", 2, L"-1 234 567.89"},
       {L"123456789", 0, L"123 456 789"},
       {L"0.5", 1, L".5"},
       {L"0.5", 0, L"1"},
       {L"-0.25", 1, L"-.3"},
       {L"999.995", 2, L"1 000.00"},
-      {L"0", 0, L"0"},
       {L"0", 2, L".00"},
       {L"0012", 0, L"12"},
       {L"-0.001", 2, L".00"},
-      {L"5.", 1, L"5.0"},
       {L".5", 2, L".50"},
       {L"abc", 2, L""},
-      {L"1e5", 2, L""},
-      {L" 12", 2, L""},
       {L"1.2.3", 2, L""},
-      {L"", 2, L""},
-      {L"-", 2, L""},
       {L"1", 200, L""},  // longer than the 128-character result buffer
   };
   for (const auto& c : cases) {
@@ -100,17 +87,13 @@ TEST(StringHelpPrint, SizeStringSwitchesUnitAtOneThousandOfTheUnitBelow) {
   };
   const Case cases[] = {
       {999, false, 2, L"999 Bytes"},
-      {0, true, 2, L"0 Bytes/s"},
-      {-5, false, 2, L"-5 Bytes"},
       {-5000000, false, 2, L"-5000000 Bytes"},
       {1000, false, 1, L"1.0 KB"},
       {1000, false, 2, L"0.98 KB"},
       {1023999, false, 2, L"1000.00 KB"},
       {1024000, false, 2, L"0.98 MB"},
       {1536, true, 3, L"1.500 KB/s"},
-      {1048576000, true, 1, L"1.0 GB/s"},
       {16777217, false, 3, L"16.000 MB"},  // the size goes through a 32-bit float
-      {1073741824000, false, 2, L"0.98 TB"},
       {5497558138880, false, 0, L"5 TB"},
       {1536, false, -1, L"2 KB"},
   };
@@ -132,8 +115,7 @@ TEST(StringHelpPrint, VectorToStringPutsSeparatorsOnlyBetween) {
 TEST(StringHelpPrint, VarTypeNamesKeepTheirMixedCase) {
   const std::pair<uint16_t, const char*> cases[] = {
       {2, "int16"},   {3, "int32"},   {4, "Real32"},  {5, "Real64"}, {8, "string"}, {11, "bool"},
-      {18, "Uint16"}, {19, "Uint32"}, {20, "int64"},  {21, "Uint64"}, {0, ""},      {16, ""},
-      {17, ""},       {1, ""},        {22, ""},       {0xFFFF, ""},
+      {18, "Uint16"}, {19, "Uint32"}, {20, "int64"},  {21, "Uint64"}, {0, ""},      {17, ""}, {22, ""},
   };
   for (const auto& [type, name] : cases) {
     CStdStr<char> n = "stale";

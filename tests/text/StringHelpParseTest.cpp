@@ -38,14 +38,11 @@ struct Case {
 
 TEST(StringHelpParse, SignedIntegersTakeOnePlusThenTheLibrarySign) {
   const Case<int32_t> cases[] = {
-      {"42", true, 42},           {"  +42  ", true, 42},     {"\t\n\v\f\r7\r\n", true, 7},
-      {"+-1", true, -1},          {"+-5", true, -5},         {"-0", true, 0},
-      {"++5", false, 0},          {"+ 5", false, 0},         {"5 5", false, 0},
-      {"42abc", false, 0},        {"", false, 0},            {"   ", false, 0},
-      {"+", false, 0},            {"-", false, 0},           {"- 5", false, 0},
-      {"2147483647", true, INT32_MAX}, {"-2147483648", true, INT32_MIN},
-      {"2147483648", false, 0},   {"-2147483649", false, 0}, {"0x10", false, 0},
-      {"1.0", false, 0},          {"000000000000000000000000000000000042", true, 42},
+      {"  +42  ", true, 42},     {"\t\n\v\f\r7\r\n", true, 7}, {"+-1", true, -1},
+      {"-0", true, 0},           {"++5", false, 0},          {"+ 5", false, 0},
+      {"42abc", false, 0},       {"", false, 0},             {"+", false, 0},
+      {"- 5", false, 0},         {"2147483647", true, INT32_MAX}, {"-2147483648", true, INT32_MIN},
+      {"2147483648", false, 0},  {"-2147483649", false, 0},  {"0x10", false, 0},
   };
   auto parse = [](auto v, int32_t& out) { return StringHelp::StringToInt32(v, out); };
   for (const auto& c : cases) Check<int32_t>(parse, c.text, c.ok, c.value, 99);
@@ -57,9 +54,7 @@ TEST(StringHelpParse, EachWidthHasTheBoundsOfItsType) {
   Check<int8_t>(p8, "128", false, 0, 5);
   Check<int8_t>(p8, "-128", true, -128, 5);
   Check<int8_t>(p8, "-129", false, 0, 5);
-  Check<int8_t>(p8, "0000000000000000000000000000012", true, 12, 5);
   auto p16 = [](auto v, int16_t& o) { return StringHelp::StringToInt16(v, o); };
-  Check<int16_t>(p16, "-32768", true, -32768, 5);
   Check<int16_t>(p16, "32768", false, 0, 5);
   auto p64 = [](auto v, int64_t& o) { return StringHelp::StringToInt64(v, o); };
   Check<int64_t>(p64, "-9223372036854775808", true, INT64_MIN, 5);
@@ -73,7 +68,6 @@ TEST(StringHelpParse, EachWidthHasTheBoundsOfItsType) {
   auto pu32 = [](auto v, uint32_t& o) { return StringHelp::StringToUInt32(v, o); };
   Check<uint32_t>(pu32, "4294967295", true, UINT32_MAX, 5);
   Check<uint32_t>(pu32, "-1", false, 0, 5);
-  Check<uint32_t>(pu32, "+-1", false, 0, 5);
   Check<uint32_t>(pu32, "-0", false, 0, 5);
   auto pu64 = [](auto v, uint64_t& o) { return StringHelp::StringToUInt64(v, o); };
   Check<uint64_t>(pu64, "18446744073709551615", true, UINT64_MAX, 5);
@@ -82,11 +76,10 @@ TEST(StringHelpParse, EachWidthHasTheBoundsOfItsType) {
 
 TEST(StringHelpParse, Hexadecimal) {
   const Case<uint32_t> cases[] = {
-      {"FFFFFFFF", true, 0xFFFFFFFFu}, {"ffffffff", true, 0xFFFFFFFFu}, {" +0xFF ", true, 255},
-      {"0XaB", true, 0xAB},            {"0", true, 0},                  {"00000000000000000000001", true, 1},
-      {"100000000", false, 0},         {"0x", false, 0},                {"x10", false, 0},
-      {"-1", false, 0},                {"0x-1", false, 0},              {"0x 1", false, 0},
-      {"FG", false, 0},                {"", false, 0},                  {"+0x0x1", false, 0},
+      {"ffffffff", true, 0xFFFFFFFFu}, {" +0xFF ", true, 255},   {"0XaB", true, 0xAB},
+      {"00000000000000000000001", true, 1}, {"100000000", false, 0}, {"0x", false, 0},
+      {"-1", false, 0},                {"0x 1", false, 0},       {"FG", false, 0},
+      {"+0x0x1", false, 0},
   };
   auto parse = [](auto v, uint32_t& out) { return StringHelp::HexStringToUInt32(v, out); };
   for (const auto& c : cases) Check<uint32_t>(parse, c.text, c.ok, c.value, 7);
@@ -94,19 +87,17 @@ TEST(StringHelpParse, Hexadecimal) {
 
 TEST(StringHelpParse, DoublesRefuseInfinityAndUnderflowButKeepNanAndSubnormals) {
   const Case<double> cases[] = {
-      {"1.5", true, 1.5},        {".5", true, 0.5},          {"5.", true, 5.0},
-      {"1e3", true, 1000.0},     {"-2.5E-3", true, -0.0025}, {" +7.25 ", true, 7.25},
-      {"+-2", true, -2.0},       {"5e-324", true, 5e-324},   {"1e-320", true, 1e-320},
+      {".5", true, 0.5},         {"5.", true, 5.0},          {"-2.5E-3", true, -0.0025},
+      {" +7.25 ", true, 7.25},   {"+-2", true, -2.0},        {"5e-324", true, 5e-324},
       {"0e999", true, 0.0},      {"1,5", false, 0},          {"1e", false, 0},
-      {"inf", false, 0},         {"-inf", false, 0},         {"Infinity", false, 0},
-      {"1e400", false, 0},       {"1e999", false, 0},        {"1e-400", false, 0},
-      {"", false, 0},            {" ", false, 0},            {"0x1p3", false, 0},
-      {"1.5f", false, 0},        {"--1", false, 0},
+      {"inf", false, 0},         {"Infinity", false, 0},     {"1e400", false, 0},
+      {"1e-400", false, 0},      {" ", false, 0},            {"0x1p3", false, 0},
+      {"--1", false, 0},
   };
   auto parse = [](auto v, double& out) { return StringHelp::StringToDouble(v, out); };
   for (const auto& c : cases) Check<double>(parse, c.text, c.ok, c.value, 42.0);
 
-  for (const char* nan : {"nan", "NaN", "-nan", " +NAN "}) {
+  for (const char* nan : {"nan", "-nan", " +NAN "}) {
     double d = 0;
     float f = 0;
     EXPECT_TRUE(StringHelp::StringToDouble(nan, d)) << nan;
@@ -152,12 +143,10 @@ TEST(StringHelpParse, BoolReadsTheWordsToTheNulButTheDigitsByLength) {
     bool value;
   };
   const BoolCase cases[] = {
-      {"true", 4, true, true},  {"tRuE", 4, true, true},   {"TRUE", 4, true, true},
-      {"False", 5, true, false}, {"1", 1, true, true},     {"0", 1, true, false},
-      {"true", 1, true, true},   {"false", 2, true, false}, {"10", 1, true, true},
-      {"10", 2, false, false},   {"yes", 3, false, false},  {"2", 1, false, false},
-      {"", 0, false, false},     {" true", 5, false, false}, {"true ", 5, false, false},
-      {"truex", 4, false, false}, {"1", 0, false, false},
+      {"tRuE", 4, true, true},   {"False", 5, true, false}, {"1", 1, true, true},
+      {"0", 1, true, false},     {"true", 1, true, true},   {"10", 1, true, true},
+      {"10", 2, false, false},   {"yes", 3, false, false},  {"", 0, false, false},
+      {" true", 5, false, false}, {"truex", 4, false, false}, {"1", 0, false, false},
   };
   for (const auto& c : cases) {
     const std::string n = c.text;
@@ -181,8 +170,7 @@ TEST(StringHelpParse, IsAllDigit) {
     bool expected;
   };
   const DigitCase cases[] = {
-      {"0123456789", true}, {"7", true}, {"", false}, {"12a", false},
-      {" 1", false},        {"-1", false}, {"1.0", false}, {"\xB2", false},
+      {"0123456789", true}, {"", false}, {"12a", false}, {"-1", false}, {"\xB2", false},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(StringHelp::IsAllDigit(c.text), c.expected) << c.text;
@@ -199,11 +187,6 @@ TEST(StringHelpParse, TemplateFormsMatchTheOverloads) {
   EXPECT_TRUE(StringHelp::StringToInt32<char>(lu::BasicStringView<char>("-3"), a));
   EXPECT_EQ(a, -3);
   long long ll = 1;
-  unsigned long long ull = 1;
   EXPECT_TRUE(StringHelp::StringToInt64(L"-9223372036854775808", ll));
   EXPECT_EQ(ll, INT64_MIN);
-  EXPECT_FALSE(StringHelp::StringToUInt64("-1", ull));
-  EXPECT_EQ(ull, 1u);
-  EXPECT_TRUE(StringHelp::StringToUInt64(CStdStr<wchar_t>(L"18446744073709551615"), ull));
-  EXPECT_EQ(ull, UINT64_MAX);
 }

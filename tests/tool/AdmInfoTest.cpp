@@ -63,9 +63,7 @@ TEST(ToolInfo, ShowsTheAdmObjectsAndTheirTracks) {
 
   const auto r = nytest::RunTool("info --json " + nytest::Quote(path));
   ASSERT_EQ(r.exitCode, 0) << r.err;
-  rapidjson::Document d;
-  d.Parse(r.OutLines().at(0).c_str());
-  ASSERT_FALSE(d.HasParseError()) << r.out;
+  const auto d = nytest::ParseLine(r.OutLines().at(0));
   const auto& adm = d["adm"];
   ASSERT_TRUE(adm.IsObject()) << r.out;
   EXPECT_STREQ(adm["programme"]["name"].GetString(), "Scene");

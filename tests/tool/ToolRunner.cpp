@@ -47,6 +47,14 @@ std::string Quote(const std::string& word) {
   return q + "'";
 }
 
+rapidjson::Document ParseLine(const std::string& line) {
+  rapidjson::Document d;
+  d.Parse(line.c_str());
+  EXPECT_FALSE(d.HasParseError()) << line;
+  EXPECT_TRUE(d.IsObject()) << line;
+  return d;
+}
+
 ToolResult RunTool(const std::string& args) {
   TempDir capture;
   const std::string out = capture.Native("out");

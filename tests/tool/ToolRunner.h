@@ -1,6 +1,8 @@
 // Runs the built nybase executable and captures its exit code, stdout and stderr.
 #pragma once
 
+#include <rapidjson/document.h>
+
 #include <string>
 #include <vector>
 
@@ -24,5 +26,8 @@ ToolResult RunTool(const std::string& args);
 
 // Single-quotes a word for the shell.
 std::string Quote(const std::string& word);
+
+// Parses one line of the tool's --json output; a parse failure fails the calling test.
+rapidjson::Document ParseLine(const std::string& line);
 
 }  // namespace nytest

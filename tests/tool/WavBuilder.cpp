@@ -8,8 +8,8 @@
 namespace nytest {
 namespace {
 
-void Chunk(std::vector<uint8_t>& out, const char (&id)[5], const std::vector<uint8_t>& body) {
-  PutFourCC(out, id);
+void Chunk(std::vector<uint8_t>& out, const std::string& id, const std::vector<uint8_t>& body) {
+  out.insert(out.end(), id.begin(), id.begin() + 4);
   PutU32(out, static_cast<uint32_t>(body.size()));
   out.insert(out.end(), body.begin(), body.end());
   if (body.size() % 2 != 0) out.push_back(0);
@@ -21,12 +21,10 @@ std::vector<uint8_t> BuildWav(const TestWav& wav) {
   std::vector<uint8_t> body;
   PutFourCC(body, "WAVE");
   std::vector<uint8_t> fmt;
-  PutU16(fmt, 1);
+  PutU16(fmt, 1);  // integer PCM, 16-bit
   PutU16(fmt, wav.channels);
-  PutU32(fmt, wav.sampleRate);
-  PutU32(fmt, wav.sampleRate * wav.channels * 2u);
-  PutU16(fmt, static_cast<uint16_t>(wav.channels * 2));
-  PutU16(fmt, 16);
+  for (uint32_t v : {wav.sampleRate, wav.sampleRate * wav.channels * 2u}) PutU32(fmt, v);
+  for (uint16_t v : {uint16_t(wav.channels * 2), uint16_t(16)}) PutU16(fmt, v);
   Chunk(body, "fmt ", fmt);
 
   std::vector<uint8_t> data;
@@ -37,12 +35,7 @@ std::vector<uint8_t> BuildWav(const TestWav& wav) {
     std::vector<uint8_t> cue;
     PutU32(cue, static_cast<uint32_t>(wav.markers.size()));
     for (const TestMarker& m : wav.markers) {
-      PutU32(cue, m.id);
-      PutU32(cue, m.frame);
-      PutFourCC(cue, "data");
-      PutU32(cue, 0);
-      PutU32(cue, 0);
-      PutU32(cue, m.frame);
+      for (uint32_t v : {m.id, m.frame, 0x61746164u /* "data" */, 0u, 0u, m.frame}) PutU32(cue, v);
     }
     Chunk(body, "cue ", cue);
     std::vector<uint8_t> list;
@@ -60,23 +53,12 @@ std::vector<uint8_t> BuildWav(const TestWav& wav) {
   if (wav.loop) {
     std::vector<uint8_t> smpl;
     for (int i = 0; i < 7; ++i) PutU32(smpl, 0);
-    PutU32(smpl, 1);  // one loop
-    PutU32(smpl, 0);
-    PutU32(smpl, 7);  // loop identifier
-    PutU32(smpl, 0);
-    PutU32(smpl, wav.loopStart);
-    PutU32(smpl, wav.loopEnd);
-    PutU32(smpl, 0);
-    PutU32(smpl, 0);
+    // One loop, identifier 7, forward, from loopStart to loopEnd.
+    for (uint32_t v : {1u, 0u, 7u, 0u, wav.loopStart, wav.loopEnd, 0u, 0u}) PutU32(smpl, v);
     Chunk(body, "smpl", smpl);
   }
   if (!wav.hash.empty()) Chunk(body, "hash", wav.hash);
-  for (const auto& [id, payload] : wav.extraChunks) {
-    body.insert(body.end(), id.begin(), id.begin() + 4);
-    PutU32(body, static_cast<uint32_t>(payload.size()));
-    body.insert(body.end(), payload.begin(), payload.end());
-    if (payload.size() % 2 != 0) body.push_back(0);
-  }
+  for (const auto& [id, payload] : wav.extraChunks) Chunk(body, id, payload);
 
   std::vector<uint8_t> file;
   PutFourCC(file, "RIFF");
