@@ -53,10 +53,8 @@ void WriteText(const std::string& path, const std::string& text) {
 XmlValidationErrorInfo Sentinel() {
   XmlValidationErrorInfo info;
   info.m_code = 99;
-  info.m_line = -1;
-  info.m_column = -1;
-  info.m_message = L"sentinel";
-  info.m_filePath = L"sentinel";
+  info.m_line = info.m_column = -1;
+  info.m_message = info.m_filePath = L"sentinel";
   return info;
 }
 

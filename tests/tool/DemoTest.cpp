@@ -29,10 +29,8 @@ TEST(ToolDemo, FindsEveryBurstAndReadsTheMarkersBack) {
   EXPECT_EQ(info.samplerate, 48000);
   sf_close(f);
 
-  // Without --keep nothing is left behind: the run cleans its temporary directory.
+  // Without --keep the run succeeds and leaves nothing behind in its temporary directory.
   nytest::TempDir tmp;
-  const auto clean = nytest::RunTool("demo");
-  EXPECT_EQ(clean.exitCode, 0);
   EXPECT_EQ(nytest::Run("env TMPDIR=" + nytest::Quote(tmp.Native()) + " " + nytest::Quote(nytest::ToolPath()) +
                         " demo >/dev/null && [ -z \"$(ls -A " + nytest::Quote(tmp.Native()) + ")\" ]"),
             0);
