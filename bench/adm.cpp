@@ -2,6 +2,8 @@
 // xmlTextReader walk over the same bytes, and the heap the parsed model keeps.
 #include <benchmark/benchmark.h>
 
+#include "BenchSupport.h"
+
 #include <libxml/xmlreader.h>
 #include <malloc.h>
 
@@ -98,41 +100,13 @@ void BM_NyADMFromAXML(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * g_doc.size()));
 }
 
-// Keeps the fastest wall and CPU time per iteration of each benchmark across its repetitions.
-// On a shared machine the CPU time is the steadier of the two.
-class BestTimeReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.iterations == 0 || r.error_occurred) continue;
-      const double n = static_cast<double>(r.iterations);
-      Keep(bestReal, r.run_name.function_name, r.real_accumulated_time / n);
-      Keep(bestCpu, r.run_name.function_name, r.cpu_accumulated_time / n);
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> bestReal;
-  std::map<std::string, double> bestCpu;
-
- private:
-  static void Keep(std::map<std::string, double>& best, const std::string& name, double t) {
-    auto it = best.find(name);
-    if (it == best.end() || t < it->second) best[name] = t;
-  }
-};
-
 }  // namespace
 
 BENCHMARK(BM_RawTextReader)->Unit(benchmark::kMillisecond)->Repetitions(5)->MinTime(0.5);
 BENCHMARK(BM_NyADMFromAXML)->Unit(benchmark::kMillisecond)->Repetitions(5)->MinTime(0.5);
 
 int main(int argc, char** argv) {
-  // Interleaving the repetitions keeps drift in the machine's speed from favouring either side.
-  std::vector<char*> args(argv, argv + argc);
-  std::string interleave = "--benchmark_enable_random_interleaving=true";
-  args.insert(args.begin() + 1, interleave.data());
-  int count = static_cast<int>(args.size());
-  benchmark::Initialize(&count, args.data());
+  nybench::InitializeInterleaved(argc, argv);
   g_doc = MakeDocument();
 
   // Heap kept by the parsed model once the parse (and its copy of the text) is over.
@@ -147,7 +121,7 @@ int main(int argc, char** argv) {
     kept = mallinfo2().uordblks - before;
   }
 
-  BestTimeReporter reporter;
+  nybench::BestTimeReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   std::printf("document %.2f MiB, %zu block formats; the parsed NyADM keeps %.0f KiB of heap (%.2f of the text)\n",
               static_cast<double>(g_doc.size()) / (1u << 20), g_blocks, static_cast<double>(kept) / 1024,

@@ -1,5 +1,7 @@
 // Reading a large page-cached file through lu::File::Read in 1 MiB blocks against plain read(2).
 #include <benchmark/benchmark.h>
+
+#include "BenchSupport.h"
 #include <fcntl.h>
 #include <nybase/files/File.h>
 #include <unistd.h>
@@ -78,45 +80,24 @@ void BM_PosixRead(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * g_fileBytes));
 }
 
-// Keeps the fastest time per iteration of each benchmark across its repetitions.
-class BestTimeReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.iterations == 0 || r.error_occurred) continue;
-      const double t = r.real_accumulated_time / static_cast<double>(r.iterations);
-      const std::string name = r.run_name.function_name;
-      auto it = best.find(name);
-      if (it == best.end() || t < it->second) best[name] = t;
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> best;
-};
-
 }  // namespace
 
 BENCHMARK(BM_PosixRead)->Unit(benchmark::kMillisecond)->Repetitions(5)->MinTime(1.0);
 BENCHMARK(BM_LuFileRead)->Unit(benchmark::kMillisecond)->Repetitions(5)->MinTime(1.0);
 
 int main(int argc, char** argv) {
-  // Interleaving the repetitions of the two keeps drift in the machine's speed from favouring either.
-  std::vector<char*> args(argv, argv + argc);
-  std::string interleave = "--benchmark_enable_random_interleaving=true";
-  args.insert(args.begin() + 1, interleave.data());
-  int count = static_cast<int>(args.size());
-  benchmark::Initialize(&count, args.data());
+  nybench::InitializeInterleaved(argc, argv);
   if (!MakeFile()) {
     std::fprintf(stderr, "cannot write the test file %s\n", g_path.c_str());
     ::unlink(g_path.c_str());
     return 1;
   }
-  BestTimeReporter reporter;
+  nybench::BestTimeReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   ::unlink(g_path.c_str());
-  const auto lu = reporter.best.find("BM_LuFileRead");
-  const auto posix = reporter.best.find("BM_PosixRead");
-  if (lu != reporter.best.end() && posix != reporter.best.end()) {
+  const auto lu = reporter.bestReal.find("BM_LuFileRead");
+  const auto posix = reporter.bestReal.find("BM_PosixRead");
+  if (lu != reporter.bestReal.end() && posix != reporter.bestReal.end()) {
     const double gib = static_cast<double>(g_fileBytes) / (1u << 30);
     std::printf("file %.2f GiB, 1 MiB blocks, best of repetitions\n", gib);
     std::printf("lu::File::Read  %.2f GiB/s\n", gib / lu->second);

@@ -2,6 +2,8 @@
 // libsndfile's sf_writef_float, both to the same directory (the system's temporary folder by
 // default, NYBASE_BENCH_DIR to choose), in the same run.
 #include <benchmark/benchmark.h>
+
+#include "BenchSupport.h"
 #include <sndfile.h>
 #include <unistd.h>
 
@@ -92,51 +94,25 @@ void BM_SndfileWritefFloat(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * k_totalFloats * sizeof(float)));
 }
 
-// Keeps the fastest time per iteration of each benchmark and width across its repetitions.
-class BestTimeReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.iterations == 0 || r.error_occurred) continue;
-      const double t = r.real_accumulated_time / static_cast<double>(r.iterations);
-      const double cpu = r.cpu_accumulated_time / static_cast<double>(r.iterations);
-      const std::string name = r.run_name.function_name + "/" + r.run_name.args;
-      auto it = best.find(name);
-      if (it == best.end() || t < it->second) best[name] = t;
-      auto jt = bestCpu.find(name);
-      if (jt == bestCpu.end() || cpu < jt->second) bestCpu[name] = cpu;
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> best;
-  std::map<std::string, double> bestCpu;
-};
-
 }  // namespace
 
 BENCHMARK(BM_NyWavFileWriter)->Arg(16)->Arg(24)->Unit(benchmark::kMillisecond)->Repetitions(5)->Iterations(2);
 BENCHMARK(BM_SndfileWritefFloat)->Arg(16)->Arg(24)->Unit(benchmark::kMillisecond)->Repetitions(5)->Iterations(2);
 
 int main(int argc, char** argv) {
-  // Interleaving the repetitions keeps drift in the machine's (and the disk cache's) speed from
-  // favouring either side.
-  std::vector<char*> args(argv, argv + argc);
-  std::string interleave = "--benchmark_enable_random_interleaving=true";
-  args.insert(args.begin() + 1, interleave.data());
-  int count = static_cast<int>(args.size());
-  benchmark::Initialize(&count, args.data());
+  nybench::InitializeInterleaved(argc, argv);
   const char* dir = std::getenv("NYBASE_BENCH_DIR");
   g_path = std::string(dir ? dir : "/tmp") + "/nybase-bench-wav-write-" + std::to_string(::getpid()) + ".wav";
   MakeInput();
-  BestTimeReporter reporter;
+  nybench::BestTimeReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   ::unlink(g_path.c_str());
   std::printf("256 MiB of float input, stereo, %zu frames per call, best of repetitions, %s\n", k_blockFrames,
               g_path.c_str());
   for (const char* width : {"16", "24"}) {
-    const auto ny = reporter.best.find(std::string("BM_NyWavFileWriter/") + width);
-    const auto sf = reporter.best.find(std::string("BM_SndfileWritefFloat/") + width);
-    if (ny == reporter.best.end() || sf == reporter.best.end()) continue;
+    const auto ny = reporter.bestReal.find(std::string("BM_NyWavFileWriter/") + width);
+    const auto sf = reporter.bestReal.find(std::string("BM_SndfileWritefFloat/") + width);
+    if (ny == reporter.bestReal.end() || sf == reporter.bestReal.end()) continue;
     const double nyCpu = reporter.bestCpu[ny->first];
     const double sfCpu = reporter.bestCpu[sf->first];
     std::printf("%s-bit: NyWavFileWriter %.0f ms (cpu %.0f), sf_writef_float %.0f ms (cpu %.0f), "
