@@ -129,6 +129,20 @@ bool FlushStream(FILE* stream);
 // Makes the stream's current position the end of its file (the buffer is not flushed first).
 bool SetEndOfFile(FILE* stream);
 
+// How CopyStreamRange ended.
+enum class RangeCopy {
+  Copied,       // `copied` bytes moved; fewer than asked only where the source file ends
+  Unsupported,  // the kernel cannot copy between these files; nothing was copied or moved
+  Failed,       // a read or write failed; the last error is set (a full disk is 112)
+};
+// Copies up to `size` bytes of `source`'s file, starting at byte `sourceOffset`, to `target`'s
+// file at `target`'s position, without passing them through user memory, and leaves `target`
+// positioned after them. Both streams are flushed first, so earlier buffered writes on either
+// side are in the files before the copy reads them; `source`'s own position is not used and does
+// not move. Unsupported covers different filesystems, special files, a target opened for append
+// and overlapping ranges of one file: the caller then copies through memory instead.
+RangeCopy CopyStreamRange(FILE* source, int64_t sourceOffset, FILE* target, size_t size, size_t& copied);
+
 // Size of the handle's file. False with the last error set on failure.
 bool GetFileSize(FileHandle handle, uint64_t& size);
 // Attributes, times and identity of the handle's file. False with the last error set on failure.

@@ -108,3 +108,53 @@ TEST(FileApi, SearchesMatchWildcardsWithoutCaseInNameOrder) {
     EXPECT_EQ(got, c.names);
   }
 }
+
+TEST(FileApi, RangeCopyKeepsBufferedWritesInOrderAndFallsBackWhereTheKernelCannot) {
+  TempDir dir;
+  std::vector<uint8_t> source(100000);
+  for (size_t i = 0; i < source.size(); ++i) source[i] = uint8_t(i * 13 + 1);
+  nytest::WriteFileBytes(dir.Native("src"), source);
+  FILE* in = std::fopen(dir.Native("src").c_str(), "r+b");
+  FILE* out = std::fopen(dir.Native("dst").c_str(), "w+b");
+  ASSERT_NE(in, nullptr);
+  ASSERT_NE(out, nullptr);
+  // A buffered write on each side: the source's must be copied, the target's must come first.
+  ASSERT_EQ(std::fseek(in, 10, SEEK_SET), 0);
+  ASSERT_EQ(std::fputc(0xEE, in), 0xEE);
+  source[10] = 0xEE;
+  ASSERT_GE(std::fputs("head", out), 0);
+
+  size_t copied = 0;
+  ASSERT_EQ(CopyStreamRange(in, 5, out, 60000, copied), RangeCopy::Copied);
+  EXPECT_EQ(copied, 60000u);
+  EXPECT_EQ(::ftello(out), 60004);
+  EXPECT_EQ(::ftello(in), 11) << "the source's position does not move";
+  // Past the end of the source only what exists is copied; at the end nothing.
+  ASSERT_EQ(CopyStreamRange(in, 99990, out, 50, copied), RangeCopy::Copied);
+  EXPECT_EQ(copied, 10u);
+  ASSERT_EQ(CopyStreamRange(in, 100000, out, 50, copied), RangeCopy::Copied);
+  EXPECT_EQ(copied, 0u);
+  ASSERT_GE(std::fputs("tail", out), 0);
+  std::fclose(out);
+
+  std::vector<uint8_t> expected = {'h', 'e', 'a', 'd'};
+  expected.insert(expected.end(), source.begin() + 5, source.begin() + 60005);
+  expected.insert(expected.end(), source.end() - 10, source.end());
+  expected.insert(expected.end(), {'t', 'a', 'i', 'l'});
+  EXPECT_EQ(nytest::ReadFileBytes(dir.Native("dst")), expected);
+
+  // Targets the kernel cannot copy into are left to the caller, unchanged.
+  FILE* appending = std::fopen(dir.Native("app").c_str(), "ab");
+  FILE* device = std::fopen("/dev/null", "wb");
+  ASSERT_NE(appending, nullptr);
+  ASSERT_NE(device, nullptr);
+  for (FILE* target : {appending, device}) {
+    EXPECT_EQ(CopyStreamRange(in, 0, target, 1000, copied), RangeCopy::Unsupported);
+    EXPECT_EQ(copied, 0u);
+    EXPECT_EQ(::ftello(target), 0);
+  }
+  std::fclose(appending);
+  std::fclose(device);
+  std::fclose(in);
+  EXPECT_TRUE(nytest::ReadFileBytes(dir.Native("app")).empty());
+}

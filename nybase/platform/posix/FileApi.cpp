@@ -383,6 +383,47 @@ bool FlushStream(FILE* stream) {
   return true;
 }
 
+RangeCopy CopyStreamRange(FILE* source, int64_t sourceOffset, FILE* target, size_t size, size_t& copied) {
+  copied = 0;
+  const off_t start = ::ftello(target);
+  if (start < 0 || sourceOffset < 0) {
+    Fail(start < 0 ? errno : EINVAL);
+    return RangeCopy::Failed;
+  }
+  if (std::fflush(target) != 0 || (source != target && std::fflush(source) != 0)) {
+    Fail(errno);
+    std::clearerr(target);
+    std::clearerr(source);
+    return RangeCopy::Failed;
+  }
+  // Explicit offsets leave both descriptors' positions alone; the target stream is moved once,
+  // at the end, so its cached position never disagrees with the file.
+  off_t in = static_cast<off_t>(sourceOffset);
+  off_t out = start;
+  while (copied < size) {
+    const ssize_t n = ::copy_file_range(::fileno(source), &in, ::fileno(target), &out, size - copied, 0);
+    if (n > 0) {
+      copied += static_cast<size_t>(n);
+      continue;
+    }
+    if (n == 0) break;  // the source file ends here
+    const int err = errno;
+    if (err == EINTR) continue;
+    if (copied == 0 && (err == EXDEV || err == EINVAL || err == EBADF || err == ENOSYS || err == EOPNOTSUPP ||
+                        err == ETXTBSY || err == EPERM)) {
+      return RangeCopy::Unsupported;
+    }
+    Fail(err);
+    if (copied > 0) ::fseeko(target, out, SEEK_SET);
+    return RangeCopy::Failed;
+  }
+  if (::fseeko(target, out, SEEK_SET) != 0) {
+    Fail(errno);
+    return RangeCopy::Failed;
+  }
+  return RangeCopy::Copied;
+}
+
 bool SetEndOfFile(FILE* stream) {
   // Pending writes go out first and read-ahead is dropped, so the file ends up as if the
   // buffered bytes had been written at the position before the cut, and no stale byte beyond
