@@ -117,7 +117,9 @@ void DiscardStream(FILE* stream);
 FileHandle GetStreamHandle(FILE* stream);
 
 // One buffered read or write of `size` bytes; returns the count done. A short count sets the last
-// error only when the stream reports an error (end of file is not one).
+// error only when the stream reports an error (end of file is not one). A read of 16 KiB or more
+// bypasses the buffer (one read(2) into `buffer`) whenever the stream holds no read-ahead after a
+// flush; the stream's position stays right either way.
 size_t ReadStream(FILE* stream, void* buffer, size_t size);
 size_t WriteStream(FILE* stream, const void* buffer, size_t size);
 // Seeks the stream (origin 0 start, 1 current, 2 end) and returns the new position, -1 on failure.

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -157,4 +158,40 @@ TEST(FileApi, RangeCopyKeepsBufferedWritesInOrderAndFallsBackWhereTheKernelCanno
   std::fclose(device);
   std::fclose(in);
   EXPECT_TRUE(nytest::ReadFileBytes(dir.Native("app")).empty());
+}
+
+TEST(FileApi, LargeReadsBypassingTheBufferKeepTheStreamPosition) {
+  TempDir dir;
+  std::vector<uint8_t> bytes(200000);
+  for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = uint8_t(i * 29 + i / 251);
+  nytest::WriteFileBytes(dir.Native("f"), bytes);
+  FILE* stream = std::fopen(dir.Native("f").c_str(), "r+b");
+  ASSERT_NE(stream, nullptr);
+  std::vector<uint8_t> got(bytes.size());
+  size_t at = 0;
+  // Small reads leave read-ahead in the buffer, a write leaves pending bytes; each large read
+  // after them must start exactly where the stream stands.
+  const struct {
+    size_t size;
+    bool writeFirst;
+  } steps[] = {{7, false}, {40000, false}, {100, false}, {16384, true}, {3, false}, {200000, false}};
+  for (const auto& step : steps) {
+    if (step.writeFirst) {
+      ASSERT_EQ(std::fseek(stream, 0, SEEK_CUR), 0);
+      ASSERT_EQ(std::fputc(0x5A, stream), 0x5A);
+      bytes[at] = 0x5A;
+      ASSERT_EQ(std::fseek(stream, 0, SEEK_CUR), 0);
+      ++at;
+    }
+    const size_t expected = std::min(step.size, bytes.size() - at);
+    ASSERT_EQ(ReadStream(stream, got.data(), step.size), expected) << step.size;
+    EXPECT_TRUE(std::equal(got.begin(), got.begin() + long(expected), bytes.begin() + long(at))) << step.size;
+    at += expected;
+    EXPECT_EQ(TellStream(stream), int64_t(at));
+  }
+  EXPECT_EQ(SeekStream(stream, 5, 0), 5);
+  ASSERT_EQ(ReadStream(stream, got.data(), 20000), 20000u);
+  EXPECT_TRUE(std::equal(got.begin(), got.begin() + 20000, bytes.begin() + 5));
+  std::fclose(stream);
+  EXPECT_EQ(nytest::ReadFileBytes(dir.Native("f")), bytes) << "only the one byte was written";
 }

@@ -337,9 +337,60 @@ void DiscardStream(FILE* stream) {
 
 FileHandle GetStreamHandle(FILE* stream) { return stream ? ::fileno(stream) : k_invalidFileHandle; }
 
+namespace {
+
+// Requests at least this large (and at least the stream's buffer) skip the stream's buffer.
+constexpr size_t k_directReadMin = 16384;
+
+// Whether the stream holds no read-ahead, so its position is the descriptor's. Streams whose
+// buffer cannot be inspected never qualify.
+bool NoReadAhead(FILE* stream) {
+#if defined(__GLIBC__)
+  return stream->_IO_read_ptr == stream->_IO_read_end;
+#else
+  (void)stream;
+  return false;
+#endif
+}
+
+// Reads a large request with read(2) straight into the caller's memory: one system call instead
+// of fread's two (a direct read of whole buffers plus a buffered read for the remainder, which
+// leaves the stream misaligned so that every later request splits again). fflush first hands
+// the stream's position to the descriptor and drops its read-ahead; after it the stream has
+// nothing cached, so later stream calls start from wherever the descriptor stands. Returns
+// false, having read nothing, when the stream cannot be handed over (an unseekable stream that
+// still holds read-ahead).
+bool ReadDirect(FILE* stream, void* buffer, size_t size, size_t& done) {
+  done = 0;
+  if (size < k_directReadMin || size < ::__fbufsize(stream)) return false;
+  if (std::fflush(stream) != 0) {
+    std::clearerr(stream);
+    return false;
+  }
+  if (!NoReadAhead(stream)) return false;
+  const int fd = ::fileno(stream);
+  auto* out = static_cast<unsigned char*>(buffer);
+  while (done < size) {
+    const ssize_t n = ::read(fd, out + done, size - done);
+    if (n > 0) {
+      done += static_cast<size_t>(n);
+    } else if (n == 0) {
+      break;
+    } else if (errno != EINTR) {
+      FailStream(errno);
+      break;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
 size_t ReadStream(FILE* stream, void* buffer, size_t size) {
   // An empty request touches nothing: the buffer may legitimately be null then.
   if (size == 0) return 0;
+  size_t direct = 0;
+  if (ReadDirect(stream, buffer, size, direct)) return direct;
   const size_t n = std::fread(buffer, 1, size, stream);
   if (n < size) {
     if (std::ferror(stream)) FailStream(errno);
