@@ -35,9 +35,9 @@ NyFormatChunkBase::ErrorCode NyDataChunk::WriteToFile(const lu::File& file, bool
   if (size == 0) return ErrorCode_Success;
   unsigned char block[k_copyBlock];
   unsigned int copied = 0;
-  // Each block goes through the kernel while it can copy between these two files (no pass
-  // through user memory: several times faster on whole libraries); when it cannot, the block goes
-  // through memory instead. Either way the steps, the progress calls and the results are the same.
+  // The blocks go through the kernel while it can copy between these two files: no pass through
+  // user memory, which is what lets a 1 GiB copy keep pace with cp. Where it cannot, they go
+  // through `block`. Either way the bytes, the progress calls and the results are the same.
   bool inKernel = m_pFile != nullptr;
   for (;;) {
     if (inKernel) {
