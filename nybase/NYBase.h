@@ -35,6 +35,7 @@
 // Files.
 #include <nybase/files/File.h>
 #include <nybase/files/FileOperation.h>
+#include <nybase/files/FileRangeCopy.h>
 #include <nybase/files/InternalPath.h>
 #include <nybase/files/Path.h>
 #include <nybase/files/PathFilter.h>
