@@ -342,11 +342,13 @@ namespace {
 // Requests at least this large (and at least the stream's buffer) skip the stream's buffer.
 constexpr size_t k_directReadMin = 16384;
 
-// Whether the stream holds no read-ahead, so its position is the descriptor's. Streams whose
-// buffer cannot be inspected never qualify.
-bool NoReadAhead(FILE* stream) {
+// Whether the stream caches nothing: no read-ahead, no pending write, no pushed-back bytes and
+// no remembered file offset. Then its position is the descriptor's, and a read(2) on the
+// descriptor keeps the two in step. Streams whose state cannot be inspected never qualify.
+bool CachesNothing(FILE* stream) {
 #if defined(__GLIBC__)
-  return stream->_IO_read_ptr == stream->_IO_read_end;
+  return stream->_IO_read_ptr == stream->_IO_read_end && stream->_IO_write_ptr == stream->_IO_write_base &&
+         stream->_IO_save_base == nullptr && stream->_offset == -1;
 #else
   (void)stream;
   return false;
@@ -355,19 +357,21 @@ bool NoReadAhead(FILE* stream) {
 
 // Reads a large request with read(2) straight into the caller's memory: one system call instead
 // of fread's two (a direct read of whole buffers plus a buffered read for the remainder, which
-// leaves the stream misaligned so that every later request splits again). fflush first hands
-// the stream's position to the descriptor and drops its read-ahead; after it the stream has
-// nothing cached, so later stream calls start from wherever the descriptor stands. Returns
-// false, having read nothing, when the stream cannot be handed over (an unseekable stream that
-// still holds read-ahead).
+// leaves the stream misaligned so that every later request splits again). A stream that caches
+// something is flushed first, which hands its position to the descriptor and drops its
+// read-ahead; the flush is skipped otherwise because its cost shows on page-cached files.
+// Returns false, having read nothing, when the stream cannot be handed over (an unseekable
+// stream that still holds read-ahead, or one whose state cannot be inspected).
 bool ReadDirect(FILE* stream, void* buffer, size_t size, size_t& done) {
   done = 0;
   if (size < k_directReadMin || size < ::__fbufsize(stream)) return false;
-  if (std::fflush(stream) != 0) {
-    std::clearerr(stream);
-    return false;
+  if (!CachesNothing(stream)) {
+    if (std::fflush(stream) != 0) {
+      std::clearerr(stream);
+      return false;
+    }
+    if (!CachesNothing(stream)) return false;
   }
-  if (!NoReadAhead(stream)) return false;
   const int fd = ::fileno(stream);
   auto* out = static_cast<unsigned char*>(buffer);
   while (done < size) {
