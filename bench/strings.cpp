@@ -143,9 +143,11 @@ std::basic_string<CT> Widen(const std::string& s) {
   return std::basic_string<CT>(s.begin(), s.end());
 }
 
-template <typename CT>
-void ParseInt32(benchmark::State& state) {
-  const std::vector<std::string> numbers = MakeNumbers(false);
+// Times `ours` and `peer` over the same texts; each turns one text into a value, and the sums
+// of the values must agree. `real` picks decimal fractions instead of integers.
+template <typename CT, typename T, typename Ours, typename Peer>
+void ParsePair(benchmark::State& state, bool real, Ours ours, Peer peer) {
+  const std::vector<std::string> numbers = MakeNumbers(real);
   std::vector<std::basic_string<CT>> texts;
   size_t bytes = 0;
   for (const auto& n : numbers) {
@@ -154,23 +156,12 @@ void ParseInt32(benchmark::State& state) {
   }
   PairTimer t;
   for (auto _ : state) {
-    int64_t sum = 0;
+    T sum = 0, peerSum = 0;
     const double a = PairTimer::Time([&] {
-      for (const auto& s : texts) {
-        int32_t v = 0;
-        StringHelp::StringToInt32(s, v);
-        sum += v;
-      }
+      for (const auto& s : texts) sum += ours(s);
     });
-    int64_t peerSum = 0;
     t.peer += PairTimer::Time([&] {
-      for (const auto& s : texts) {
-        if constexpr (sizeof(CT) == 1) {
-          peerSum += std::strtol(s.c_str(), nullptr, 10);
-        } else {
-          peerSum += std::wcstol(s.c_str(), nullptr, 10);
-        }
-      }
+      for (const auto& s : texts) peerSum += peer(s);
     });
     if (sum != peerSum) state.SkipWithError("parsers disagree");
     t.ours += a;
@@ -180,39 +171,33 @@ void ParseInt32(benchmark::State& state) {
 }
 
 template <typename CT>
+void ParseInt32(benchmark::State& state) {
+  ParsePair<CT, int64_t>(
+      state, false,
+      [](const std::basic_string<CT>& s) {
+        int32_t v = 0;
+        StringHelp::StringToInt32(s, v);
+        return v;
+      },
+      [](const std::basic_string<CT>& s) {
+        if constexpr (sizeof(CT) == 1) return std::strtol(s.c_str(), nullptr, 10);
+        else return std::wcstol(s.c_str(), nullptr, 10);
+      });
+}
+
+template <typename CT>
 void ParseDouble(benchmark::State& state) {
-  const std::vector<std::string> numbers = MakeNumbers(true);
-  std::vector<std::basic_string<CT>> texts;
-  size_t bytes = 0;
-  for (const auto& n : numbers) {
-    texts.push_back(Widen<CT>(n));
-    bytes += n.size();
-  }
-  PairTimer t;
-  for (auto _ : state) {
-    double sum = 0;
-    const double a = PairTimer::Time([&] {
-      for (const auto& s : texts) {
+  ParsePair<CT, double>(
+      state, true,
+      [](const std::basic_string<CT>& s) {
         double v = 0;
         StringHelp::StringToDouble(s, v);
-        sum += v;
-      }
-    });
-    double peerSum = 0;
-    t.peer += PairTimer::Time([&] {
-      for (const auto& s : texts) {
-        if constexpr (sizeof(CT) == 1) {
-          peerSum += std::strtod(s.c_str(), nullptr);
-        } else {
-          peerSum += std::wcstod(s.c_str(), nullptr);
-        }
-      }
-    });
-    if (sum != peerSum) state.SkipWithError("parsers disagree");
-    t.ours += a;
-    state.SetIterationTime(a);
-  }
-  t.Report(state, static_cast<double>(bytes));
+        return v;
+      },
+      [](const std::basic_string<CT>& s) {
+        if constexpr (sizeof(CT) == 1) return std::strtod(s.c_str(), nullptr);
+        else return std::wcstod(s.c_str(), nullptr);
+      });
 }
 
 }  // namespace
