@@ -1,6 +1,8 @@
 // The ADM metadata of a file as the info command shows it: programme, objects and their tracks.
 #include "AdmSummary.h"
 
+#include <set>
+
 #include <nybase/audio/NyADM.h>
 
 #include "Json.h"
@@ -26,15 +28,33 @@ const NyADM::PackFormat* FindPack(const NyADM& adm, const std::string& id) {
   return nullptr;
 }
 
-// The track indices (as chna numbers them, from 1) of an object's track references; a reference
-// to an unknown UID is left out.
+// The channel (from 1, as the chna records number them) of each of an object's track references,
+// found by UID among the entries that came from chna: the library's track list also holds the
+// axml's own audioTrackUID entries (index 0), before or after the chna ones depending on the
+// order of the chunks. A reference no chna record carries is left out.
 std::vector<unsigned> Tracks(const NyADM& adm, const NyADM::Object& object) {
   std::vector<unsigned> tracks;
   for (const std::string& uid : object.audioTrackUIDRef) {
-    const size_t i = adm.FindTrackUID(uid);
-    if (i < adm.GetTrackUIDs().size()) tracks.push_back(adm.GetTrackUIDs()[i].trackIndex);
+    for (const NyADM::TrackUID& t : adm.GetTrackUIDs()) {
+      if (t.trackIndex != 0 && t.UID == uid) {
+        tracks.push_back(t.trackIndex);
+        break;
+      }
+    }
   }
   return tracks;
+}
+
+// The number of tracks the file has: the distinct channels its chna records name, or, without
+// chna, the distinct UIDs of the axml.
+size_t TrackCount(const NyADM& adm) {
+  std::set<unsigned> channels;
+  std::set<std::string> uids;
+  for (const NyADM::TrackUID& t : adm.GetTrackUIDs()) {
+    if (t.trackIndex != 0) channels.insert(t.trackIndex);
+    uids.insert(t.UID);
+  }
+  return channels.empty() ? uids.size() : channels.size();
 }
 
 }  // namespace
@@ -60,14 +80,15 @@ void AdmToJson(const NyADM& adm, Json& j) {
     j.EndArray().EndObject();
   }
   j.EndArray();
-  j.Field("trackCount", static_cast<uint64_t>(adm.GetTrackUIDs().size()));
+  j.Field("trackCount", static_cast<uint64_t>(TrackCount(adm)));
   j.EndObject();
 }
 
 std::string AdmToText(const NyADM& adm) {
+  const size_t trackCount = TrackCount(adm);
   std::string s = "  adm       " + std::to_string(adm.GetObjects().size()) + " object" +
-                  (adm.GetObjects().size() == 1 ? "" : "s") + ", " + std::to_string(adm.GetTrackUIDs().size()) +
-                  " track" + (adm.GetTrackUIDs().size() == 1 ? "" : "s");
+                  (adm.GetObjects().size() == 1 ? "" : "s") + ", " + std::to_string(trackCount) + " track" +
+                  (trackCount == 1 ? "" : "s");
   if (!adm.GetProgramme().audioProgrammeName.empty()) s += ", programme \"" + adm.GetProgramme().audioProgrammeName + "\"";
   s += "\n";
   for (const NyADM::Object& o : adm.GetObjects()) {

@@ -16,9 +16,11 @@ lu::Path ToLibraryPath(const std::string& native) {
 
 std::string Narrow(const std::wstring& wide) { return lu::platform::Utf16ToUtf8(wide.data(), wide.size()); }
 
-std::unique_ptr<NyAudioFileReader> OpenWav(const std::string& native, std::string& error) {
+std::unique_ptr<NyAudioFileReader> OpenWav(const std::string& native, std::string& error,
+                                           std::vector<std::string>* warnings) {
+  std::string warning;
   error = CheckReadableFile(native);
-  if (error.empty()) error = CheckWavHeader(native);
+  if (error.empty()) error = CheckWavHeader(native, warning);
   if (error.empty()) error = CheckWavExtension(native);
   if (!error.empty()) return nullptr;
 
@@ -43,6 +45,7 @@ std::unique_ptr<NyAudioFileReader> OpenWav(const std::string& native, std::strin
     error = "unsupported format (no block size or sample rate)";
     return nullptr;
   }
+  if (warnings != nullptr && !warning.empty()) warnings->push_back(warning);
   return reader;
 }
 

@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <nybase/audio/NyAudioFileReader.h>
 #include <nybase/files/Path.h>
@@ -13,8 +14,11 @@ namespace nybase::tool {
 lu::Path ToLibraryPath(const std::string& native);
 
 // Opens `native` as a WAV file and walks all of its chunks. On failure returns null and sets
-// `error` to the reason ("no such file", "not a WAV file ...", "truncated ...", ...).
-std::unique_ptr<NyAudioFileReader> OpenWav(const std::string& native, std::string& error);
+// `error` to the reason ("no such file", "not a WAV file ...", "damaged ...", ...). Only what the
+// reader refuses is refused; what it accepts with a fault (a header that overstates the file's
+// size) is opened, and the fault is added to `warnings` when that is given.
+std::unique_ptr<NyAudioFileReader> OpenWav(const std::string& native, std::string& error,
+                                           std::vector<std::string>* warnings = nullptr);
 
 // Empty when the samples can be read as floats (integer PCM of 16 to 32 bits or 32-bit float);
 // otherwise the reason, naming the codec.

@@ -80,11 +80,12 @@ Facts Gather(const NyAudioFileReader& r) {
   return f;
 }
 
-std::string AsText(const std::string& file, const NyAudioFileReader& r) {
+std::string AsText(const std::string& file, const NyAudioFileReader& r, const std::vector<std::string>& warnings) {
   const Facts f = Gather(r);
   const WaveFormatExtensible& fmt = r.GetFormat();
   const double rate = fmt.nSamplesPerSec;
   std::string s = file + "\n";
+  for (const std::string& w : warnings) s += "  warning   " + w + "\n";
   s += "  format    " + DescribeEncoding(r) + ", " + std::to_string(fmt.nSamplesPerSec) + " Hz\n";
   s += "  channels  " + std::to_string(fmt.nChannels);
   if (!f.configName.empty()) s += ", " + f.configName;
@@ -117,13 +118,16 @@ std::string AsText(const std::string& file, const NyAudioFileReader& r) {
   return s;
 }
 
-std::string AsJson(const std::string& file, const NyAudioFileReader& r) {
+std::string AsJson(const std::string& file, const NyAudioFileReader& r, const std::vector<std::string>& warnings) {
   const Facts f = Gather(r);
   const WaveFormatExtensible& fmt = r.GetFormat();
   const double rate = fmt.nSamplesPerSec;
   const NyChannelConfig config = fmt.channelConfig;
   Json j;
   j.BeginObject().Field("file", file).Field("ok", true);
+  j.Key("warnings").BeginArray();
+  for (const std::string& w : warnings) j.String(w);
+  j.EndArray();
   j.Key("format").BeginObject()
       .Field("codec", Narrow(StringHelp::FmtTagToString(fmt.wFormatTag)))
       .Field("formatTag", unsigned{fmt.wFormatTag})
@@ -194,9 +198,10 @@ int RunInfo(int argc, char** argv) {
   const auto& files = args.Positional();
   const size_t failed = RunInOrder(cmdSpec.name, files.size(), jobs, [&](size_t i, JobProgress&) {
     std::string error;
-    const auto reader = OpenWav(files[i], error);
+    std::vector<std::string> warnings;
+    const auto reader = OpenWav(files[i], error, &warnings);
     if (!reader) return FailedFile(files[i], error, json);
-    return FileOutcome{json ? AsJson(files[i], *reader) : AsText(files[i], *reader), {}, true};
+    return FileOutcome{json ? AsJson(files[i], *reader, warnings) : AsText(files[i], *reader, warnings), {}, true};
   });
   return failed == 0 ? k_exitOk : k_exitFailure;
 }

@@ -37,7 +37,8 @@ std::string CheckReadableFile(const std::string& native) {
   return {};
 }
 
-std::string CheckWavHeader(const std::string& native) {
+std::string CheckWavHeader(const std::string& native, std::string& warning) {
+  warning.clear();
   std::unique_ptr<FILE, int (*)(FILE*)> f(std::fopen(native.c_str(), "rb"), &std::fclose);
   if (!f) return std::strerror(errno);
   unsigned char h[12];
@@ -57,10 +58,11 @@ std::string CheckWavHeader(const std::string& native) {
   if (size < 0) return std::strerror(errno);
   const uint32_t declared = LoadU32(h + 4);
   // 0xFFFFFFFF leaves the size to a ds64 chunk. One byte of slack: some writers count a final pad
-  // byte that they never write, and the reader copes with that.
+  // byte that they never write. A larger shortfall (recorders and editors often overstate the
+  // size) is only a warning: the reader stops at the end of the file and keeps what is there.
   if (declared != 0xFFFFFFFFu && uint64_t{declared} + 8 > static_cast<uint64_t>(size) + 1) {
-    return "truncated (the header gives " + std::to_string(uint64_t{declared} + 8) +
-           " bytes, the file has " + std::to_string(size) + ")";
+    warning = "truncated (the header gives " + std::to_string(uint64_t{declared} + 8) +
+              " bytes, the file has " + std::to_string(size) + ")";
   }
   return {};
 }

@@ -10,9 +10,11 @@ namespace nybase::tool {
 std::string CheckReadableFile(const std::string& native);
 
 // Empty when the file starts like a WAV file the reader takes (a "RIFF", "RF64" or "BW64" header
-// with form "WAVE") and is not shorter than its header says; otherwise the reason: "not a WAV
-// file", "empty file", "truncated (...)", "big-endian RIFX is not supported", ...
-std::string CheckWavHeader(const std::string& native);
+// with form "WAVE"); otherwise the reason: "not a WAV file", "empty file", "truncated (...)" (for
+// fewer than 12 bytes), "big-endian RIFX is not supported", ... A file shorter than its header
+// says is not refused, since the reader opens it and keeps what is there: `warning` then says
+// "truncated (the header gives N bytes, the file has M)"; otherwise it is left empty.
+std::string CheckWavHeader(const std::string& native, std::string& warning);
 
 // Empty when the reader is chosen for this name (extension .wav, .amb or .vle, any ASCII case).
 std::string CheckWavExtension(const std::string& native);
