@@ -433,6 +433,10 @@ std::vector<std::pair<std::string, Bytes>> WavSeeds() {
     s.push_back({"adm_after_data.wav", Riff("RIFF", {fmt6, Chunk("data", d6), axml})});
     s.push_back({"adm_stereo.wav", Riff("BW64", {Chunk("fmt ", Fmt(1, 2, 48000, 16)), Chunk("chna", Chna(2)),
                                                  Chunk("axml", Text(Axml(2))), Chunk("data", Samples(4, 2, 2, false))})});
+    // Real-shaped: 14 channels, an axml of about 20 KB with every element kind, chna after it.
+    const Bytes d14 = Samples(4, 14, 2, false);
+    s.push_back({"adm_bw64_14ch.wav", Wide64("BW64", Fmt(1, 14, 48000, 16), d14,
+                                             {Chunk("axml", Text(Axml(14))), Chunk("chna", Chna(14))}, 28)});
   }
   // Big-endian: the chunk classes accept it.
   g_bigEndian = true;

@@ -7,14 +7,6 @@
 
 namespace {
 
-// The extension of the path's last element, with its dot; empty if it has none.
-std::wstring_view ExtensionOf(const std::wstring& text) {
-  const size_t nameStart = text.find_last_of(L"\\/");
-  const size_t dot = text.find_last_of(L'.');
-  if (dot == std::wstring::npos || (nameStart != std::wstring::npos && dot < nameStart)) return {};
-  return std::wstring_view(text).substr(dot);
-}
-
 // Compares with an ASCII lower-case literal, folding only 'A' to 'Z'.
 bool EqualsAsciiFolded(std::wstring_view text, const char* lower) {
   size_t i = 0;
@@ -27,8 +19,10 @@ bool EqualsAsciiFolded(std::wstring_view text, const char* lower) {
   return i == text.size();
 }
 
+// The path's own extension rules decide ("dir\.wav" has none; a stream suffix is the path's call).
 bool IsWavExtension(const lu::Path& path) {
-  const std::wstring_view ext = ExtensionOf(path);
+  const CStdStr<wchar_t> extension = path.GetFileExtension();
+  const std::wstring_view ext = extension;
   return EqualsAsciiFolded(ext, ".wav") || EqualsAsciiFolded(ext, ".amb") ||
          EqualsAsciiFolded(ext, ".vle");
 }

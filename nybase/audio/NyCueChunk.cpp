@@ -40,8 +40,9 @@ bool NyCueChunk::Init(const lu::File& file, NyFormatChunkBase* previous) {
     m_cues.push_back(cue);
   }
   m_valid = firstReadBroughtBytes && count != 0;
-  // The size follows the records held, so a chunk written back is always self-consistent.
-  m_header.ckSize = m_valid ? 4 + static_cast<uint32_t>(m_cues.size()) * k_cueSize : 0;
+  // A valid chunk keeps the size the file states, even where it holds more than the records
+  // (WriteToFile fills the rest); only an invalid one drops to 0.
+  if (!m_valid) m_header.ckSize = 0;
   return m_valid;
 }
 
@@ -49,7 +50,13 @@ uint32_t NyCueChunk::GetChunkID() { return k_fccCue; }
 
 NyFormatChunkBase::ErrorCode NyCueChunk::WriteToFile(const lu::File& file, bool swap) {
   if (!m_valid || !WriteChunkHeader(file, swap)) return ErrorCode_Failure;
-  std::vector<unsigned char> payload(4 + m_cues.size() * k_cueSize);
+  // The header keeps the stated size; when that is more than the records take, the rest is
+  // written as zeros so that a chunk after this one stays where the header puts it. The fill
+  // never exceeds what the source file held of this chunk, so an overstated size in a
+  // truncated file cannot make the output grow without bound.
+  const auto recordBytes = static_cast<unsigned int>(4 + m_cues.size() * k_cueSize);
+  const unsigned int slack = m_header.ckSize > recordBytes ? m_header.ckSize - recordBytes : 0;
+  std::vector<unsigned char> payload(recordBytes + (slack != 0 ? BytesHeld(recordBytes, slack) : 0));
   uint32_t count = static_cast<uint32_t>(m_cues.size());
   if (swap) count = __builtin_bswap32(count);
   std::memcpy(payload.data(), &count, 4);

@@ -19,17 +19,12 @@ NyWavFile::~NyWavFile() { NyWavFile::Close(); }
 bool NyWavFile::Open(const lu::Path& path, bool formatOnly) {
   Close();
   if (m_file.Open(path, NyOpenModeRead, 0) != NYRESULT_SUCCESS) return false;
-  bool ok = m_riff.Init(m_file, nullptr) && m_fmt.Init(m_file, &m_riff);
-  if (ok) {
-    m_hash.Init(m_file, &m_riff);
-    if (formatOnly) return true;
-    ok = m_data.Init(m_file, &m_riff);
-  }
-  if (!ok) {
-    // A file that cannot be edited is not kept open (nor locked against writers).
-    Close();
-    return false;
-  }
+  // A failed step returns at once and leaves every chunk as it stands (a rejected fmt keeps its
+  // valid flag, for one); the next Open or Close resets them and closes the file.
+  if (!m_riff.Init(m_file, nullptr) || !m_fmt.Init(m_file, &m_riff)) return false;
+  m_hash.Init(m_file, &m_riff);
+  if (formatOnly) return true;
+  if (!m_data.Init(m_file, &m_riff)) return false;
   m_cue.Init(m_file, &m_riff);
   m_list.Init(m_file, &m_riff);
   m_smpl.Init(m_file, &m_riff);

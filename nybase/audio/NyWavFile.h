@@ -22,8 +22,9 @@ class NyWavFile {
 
   // Opens `path` for reading and finds its chunks, whatever their order. False when the file cannot
   // be opened or lacks a RIFF/RIFX header or a usable "fmt " (RF64 and BW64 files are refused this
-  // way), or, unless `formatOnly`, a "data" chunk; the file is then closed again. Cue, list, smpl
-  // and nydm chunks are optional, a bad hash chunk is not an error here.
+  // way), or, unless `formatOnly`, a "data" chunk; the chunks then stay as that step left them
+  // and the file stays open until the next Open or Close. Cue, list, smpl and nydm chunks are
+  // optional, a bad hash chunk is not an error here.
   virtual bool Open(const lu::Path& path, bool formatOnly);
   // Closes the file and resets every chunk (labels read earlier are kept).
   virtual void Close();

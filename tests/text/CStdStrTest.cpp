@@ -8,6 +8,7 @@
 TEST(CStdStr, WideFromNarrowIsUtf8UpToTheFirstNul) {
   EXPECT_EQ(CStdStr<wchar_t>("caf\xC3\xA9"), L"caf\u00E9");
   EXPECT_EQ(CStdStr<wchar_t>("ab\0cd", 5), L"ab");
+  EXPECT_EQ(CStdStr<wchar_t>("abcdef", 3), L"abcdef");  // the length is not a bound
   EXPECT_EQ(CStdStr<wchar_t>(static_cast<const char*>(nullptr)), L"");
   EXPECT_EQ(CStdStr<wchar_t>("\xF0\x9F\x8E\xB5"), nytest::W16(u"\U0001F3B5"));
   EXPECT_EQ(CStdStr<wchar_t>("\xFF"), L"\uFFFD");
