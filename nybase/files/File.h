@@ -84,8 +84,10 @@ class File {
   // does not exist. A failure leaves this File as it was. Opening again does not close the
   // earlier stream.
   NYRESULT Open(const lu::Path& path, NyOpenMode mode, unsigned int flags);
-  // Closes an owned stream: 1, or 2 for a view, a closed File or a failed close (the stream is
-  // kept when its buffer could not be written).
+  // Closes an owned stream: 1, or 2 for a view, a closed File or a failed close. When the buffer
+  // cannot be written the stream is kept, still usable; when the close itself fails after that,
+  // the stream is dropped on purpose: it is gone either way, and a second close would free it
+  // twice.
   NYRESULT Close();
   // Whether there is a stream.
   bool IsOpen() const;
@@ -101,8 +103,9 @@ class File {
 
   // fflush of the stream; on a closed File every open stream is flushed. False on failure.
   bool Flush() const;
-  // Makes the current position the end of the file; false when closed or on failure. The buffer
-  // is not flushed first: flush and seek before truncating.
+  // Makes the current position the end of the file; false when closed or on failure. The stream's
+  // buffer is flushed first, on purpose: pending writes land before the cut and no read-ahead
+  // byte beyond the new end survives it (a bare handle call would ignore the C buffer).
   bool SetEndOfFile() const;
   // Seeks (any position value but 1 and 2 counts from the start) and returns the new position;
   // -1 when closed or on failure.

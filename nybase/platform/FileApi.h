@@ -128,7 +128,8 @@ int64_t SeekStream(FILE* stream, int64_t offset, int origin);
 int64_t TellStream(FILE* stream);
 // Flushes the stream's buffer; a null stream flushes every open stream. False on failure.
 bool FlushStream(FILE* stream);
-// Makes the stream's current position the end of its file (the buffer is not flushed first).
+// Makes the stream's current position the end of its file, flushing its buffer first (pending
+// writes land before the cut, read-ahead is dropped). False, with the last error, on failure.
 bool SetEndOfFile(FILE* stream);
 
 // How CopyStreamRange ended.

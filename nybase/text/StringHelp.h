@@ -162,7 +162,8 @@ int UTF8ToWChar(const char* text, int length, wchar_t* out, int capacity);
 
 // The UTF-8 form of the whole string into at most capacity - 1 bytes plus a NUL. Returns out, or
 // null when nothing was converted (empty string, or text too long for the buffer; out then holds
-// ""). A capacity of 0 writes nothing and returns null.
+// ""). A capacity of 0 writes nothing and returns null. A capacity of 1 is a size query to the
+// codec: out holds "" and, for a non-empty string, the result is out, not null.
 char* CStringToUTF8(const CStdStr<wchar_t>& text, char* out, unsigned int capacity);
 
 // Cuts the string (by UTF-16 units, possibly inside a surrogate pair) to the longest prefix whose

@@ -180,8 +180,18 @@ TEST(AdmNyDM, PositionsIndexAcrossObjectsAndBadValuesStayBounded) {
   EXPECT_EQ(f.positions[1].position[2], 0x7C00);           // a million metres ahead: infinity
   EXPECT_EQ(f.positions[2].position[0] & 0x7C00, 0x7C00);  // NaN elevation stays NaN
   EXPECT_NE(f.positions[2].position[0] & 0x3FF, 0);
-  // Called again the vectors start afresh; an ADM with no objects gives all zeros.
+  // Called again the counts start afresh but the vectors are appended to: positions index from
+  // the new count, names from the end of the block. An ADM with no objects adds nothing.
+  const size_t namesBefore = f.names.size();
+  ASSERT_TRUE(adm.ToNyDM(f.dm, f.objects, f.positions, f.names));
+  EXPECT_EQ(f.dm.numObjects, 2u);
+  EXPECT_EQ(f.dm.numPositions, 6u);
+  ASSERT_EQ(f.objects.size(), 4u);
+  EXPECT_EQ(f.positions.size(), 12u);
+  EXPECT_EQ(f.objects[2].firstPosition, 0u);
+  EXPECT_EQ(f.objects[2].nameOffset, namesBefore);
+  EXPECT_EQ(f.dm.namesSize, 2 * namesBefore);
   ASSERT_TRUE(NyADM().ToNyDM(f.dm, f.objects, f.positions, f.names));
-  EXPECT_EQ(f.dm.numObjects + f.dm.namesSize + f.dm.numPositions, 0u);
-  EXPECT_TRUE(f.objects.empty() && f.positions.empty() && f.names.empty());
+  EXPECT_EQ(f.dm.numObjects + f.dm.numPositions, 0u);
+  EXPECT_EQ(f.objects.size(), 4u);
 }

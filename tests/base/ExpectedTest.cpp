@@ -1,4 +1,5 @@
-// lu::Expected holds one alternative and says which; NyGuid keeps the GUID layout.
+// lu::Expected holds one alternative and says which; NyGuid keeps the GUID layout; the exported
+// instance slots start empty.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -22,4 +23,9 @@ TEST(NyGuid, NullAndOrdering) {
   EXPECT_FALSE(b.IsNull());
   EXPECT_NE(a, b);
   EXPECT_EQ(offsetof(NyGuid, Data4), 8u);
+}
+
+TEST(InstanceSlots, AreExportedAndStartNull) {
+  EXPECT_EQ(INotifyMgr::m_pInstance, nullptr);
+  EXPECT_EQ(ILMDBService::m_pInstance, nullptr);
 }

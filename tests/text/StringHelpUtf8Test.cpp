@@ -66,6 +66,8 @@ TEST(StringHelpUtf8, CStringToUTF8ReturnsNullForNothing) {
   char untouched = 'x';
   EXPECT_EQ(StringHelp::CStringToUTF8(L"a", &untouched, 0), nullptr);
   EXPECT_EQ(untouched, 'x');
+  EXPECT_EQ(StringHelp::CStringToUTF8(L"a", &untouched, 1), &untouched);  // a size query: "" but not null
+  EXPECT_EQ(untouched, '\0');
 }
 
 TEST(StringHelpUtf8, TruncateForUTF8Table) {

@@ -56,17 +56,8 @@ XmlErrorStore& GetXmlErrorStore() { return g_errorStore; }
 
 std::map<CStdStr<wchar_t>, XmlSchemaHandles>& GetXmlSchemaCache() { return g_schemaCache; }
 
-void RecordXmlLoadFailure(const std::string& path) {
-  // Worded as libxml2 words a document it cannot load, so that callers see one kind of message.
-  g_errorStore.m_message = CStdStr<wchar_t>("failed to load external entity \"" + path + "\"\n");
-  g_errorStore.m_line = 0;
-  g_errorStore.m_column = 0;
-}
-
 bool ToXmlNativePath(const wchar_t* path, size_t len, std::string& native) {
-  if (lu::platform::ToNativePath(path, len, native)) return true;
-  RecordXmlLoadFailure(lu::platform::Utf16ToUtf8(path, path != nullptr ? len : 0));
-  return false;
+  return lu::platform::ToNativePath(path, len, native);
 }
 
 }  // namespace lu::detail

@@ -33,13 +33,9 @@ struct XmlSchemaHandles {
 // until the library unloads: a compiled schema points into its document.
 std::map<CStdStr<wchar_t>, XmlSchemaHandles>& GetXmlSchemaCache();
 
-// Leaves the message libxml2 gives for a document it cannot load (path in UTF-8) in the store,
-// at line 0, column 0. For failures that libxml2 does not report itself.
-void RecordXmlLoadFailure(const std::string& path);
-
 // Maps a Windows-grammar path to the native UTF-8 path that libxml2 opens. A path with no place
-// on this file system (another drive, UNC, empty) gives false and leaves a message in the error
-// store, as a missing file would.
+// on this file system (another drive, UNC, empty) gives false. The error store is not touched:
+// it holds only what libxml2 itself reported.
 bool ToXmlNativePath(const wchar_t* path, size_t len, std::string& native);
 
 }  // namespace lu::detail

@@ -1,0 +1,12 @@
+// INotifyMgr: the application's notification manager, known to the library only as a slot.
+#pragma once
+
+// Declared here so that the exported instance slot has its type; the library defines no
+// operations on it and never reads the slot. The application stores its instance there.
+class INotifyMgr {
+ public:
+  virtual ~INotifyMgr() = default;
+
+  // Null until the application fills it; never read or written by the library.
+  static INotifyMgr* m_pInstance;
+};
