@@ -107,6 +107,8 @@ void XmlReader::Advance() {
   // Significant whitespace is never shown to a caller; plain whitespace is.
   do {
     m_eof = xmlTextReaderRead(m_reader) != 1;
+    // The margin covers the document node's start before any byte is counted.
+    if (!m_eof && ++m_nodesRead > xmlTextReaderByteConsumed(m_reader) + 16) m_eof = true;
   } while (!m_eof && xmlTextReaderNodeType(m_reader) == k_typeSignificantWhitespace);
 }
 

@@ -78,7 +78,10 @@ class XmlReader : public IXmlReader {
  private:
   void OpenFile(const wchar_t* path, size_t len);
   void OpenMemory();
-  // One libxml2 read, skipping significant whitespace; updates the end-of-input flag.
+  // One libxml2 read, skipping significant whitespace; updates the end-of-input flag. Every node
+  // delivered stands on at least one byte of input, so once the nodes read outnumber the bytes
+  // libxml2 has consumed the reader is not moving (a parser stuck after an error) and the read
+  // counts as the end: no loop over this reader can spin.
   void Advance();
   // The attribute name in UTF-8 in a buffer of 256 bytes; false when it does not fit.
   static bool NameToUtf8(const CStdStr<wchar_t>& name, char (&buffer)[256]);
@@ -86,6 +89,7 @@ class XmlReader : public IXmlReader {
   _xmlTextReader* m_reader = nullptr;
   std::unique_ptr<const char, void (*)(const char*)> m_buffer;
   bool m_eof = true;
+  long m_nodesRead = 0;
 };
 
 }  // namespace lu

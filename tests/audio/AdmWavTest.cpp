@@ -2,10 +2,14 @@
 // whose ADM chunks are damaged.
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <memory>
 
 #include <nybase/audio/NyADM.h>
 #include <nybase/audio/NyWavFileReader.h>
+#include <nybase/platform/NativePath.h>
 
 #include "AdmTestDocs.h"
 
@@ -138,4 +142,41 @@ TEST_F(AdmWav, DamagedAdmChunks) {
     std::vector<char> names;
     EXPECT_TRUE(reader->GetADM()->ToNyDM(dm, objects, positions, names)) << c.what;
   }
+}
+
+// A real-shaped axml (a bed and forty objects, some 10 KB) that turns ill-formed midway, with
+// bytes that are not UTF-8 inside an element name: the walk ends at every cut point (libxml2
+// may first close the elements it had open, so the result is not always false). Run in a child
+// with an alarm so that a hang fails instead of stalling the suite.
+TEST_F(AdmWav, AnAxmlThatTurnsIllFormedMidwayEndsTheWalk) {
+  std::string objects;
+  for (int i = 0; i < 40; ++i) {
+    objects += "<audioObject audioObjectID=\"AO_2" + Num(i, 3) + "\" audioObjectName=\"Fx\">" +
+               El("audioPackFormatIDRef", "AP_00010003") + El("audioTrackUIDRef", TrackUID(1)) + "</audioObject>\n";
+  }
+  const std::string doc = WrapAxml(BedElements() + objects);
+  std::vector<std::string> paths;
+  const size_t end = doc.find("</audioFormatExtended>");
+  for (size_t at = doc.find("</audioObject>"), n = 0; (at = doc.find('<', at + 1)) < end; ++n) {
+    if (n % 7 != 0) continue;
+    std::string bad = doc;
+    bad.insert(at + 4, n % 2 ? "\xC3\x28" : "\xFF\xFE\x80");
+    paths.push_back(m_dir.Native("cut" + std::to_string(n) + ".wav"));
+    WriteFileBytes(paths.back(), Riff(Concat({k_fmt51, Axml(bad), Chunk("data", SixChannelData())}), "BW64"));
+  }
+  ASSERT_GT(paths.size(), 20u);
+  const pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    ::alarm(60);
+    for (const std::string& path : paths) {
+      NyWavFileReader reader;
+      if (!reader.Open(lu::Path(CStdStr<wchar_t>(lu::platform::FromNativePath(path))))) ::_exit(1);
+      reader.ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Axml);
+    }
+    ::_exit(0);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
 }
