@@ -21,6 +21,7 @@
 #include <nybase/platform/Locale.h>
 #include <nybase/platform/ModuleHandle.h>
 #include <nybase/platform/NativePath.h>
+#include <nybase/platform/Process.h>
 #include <nybase/platform/Random.h>
 #include <nybase/platform/Resources.h>
 #include <nybase/platform/StdioFile.h>
@@ -31,16 +32,24 @@
 #include <nybase/text/BasicStringView.h>
 #include <nybase/text/AudioDisplayStrings.h>
 #include <nybase/text/CStdStr.h>
+#include <nybase/text/CommandLine.h>
 #include <nybase/text/ConcatHelper.h>
+#include <nybase/text/RegexHelpers.h>
 #include <nybase/text/StringHelp.h>
+#include <nybase/text/StringHelpWildcard.h>
 
 // Files.
+#include <nybase/files/Environment.h>
 #include <nybase/files/File.h>
 #include <nybase/files/FileOperation.h>
 #include <nybase/files/FileRangeCopy.h>
 #include <nybase/files/InternalPath.h>
+#include <nybase/files/Library.h>
+#include <nybase/files/MacroExpansion.h>
 #include <nybase/files/Path.h>
 #include <nybase/files/PathFilter.h>
+#include <nybase/files/Process.h>
+#include <nybase/files/WineProxy.h>
 
 // Data.
 

@@ -1,0 +1,94 @@
+// Wildcards (against fnmatch for the cases both define alike), wildcard expressions, and the
+// Windows command-line rules.
+#include <fnmatch.h>
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <regex>
+
+#include <nybase/text/CommandLine.h>
+#include <nybase/text/RegexHelpers.h>
+#include <nybase/text/StringHelpWildcard.h>
+
+namespace {
+
+bool Match(const wchar_t* text, const wchar_t* pattern, bool caseSensitive = true, wchar_t terminator = L'\0',
+           const wchar_t* end = nullptr) {
+  return StringHelp::WildcardTextCompare(text, pattern, caseSensitive, terminator, end);
+}
+
+}  // namespace
+
+TEST(Wildcard, Table) {
+  const struct {
+    const wchar_t *text, *pattern;
+    bool caseSensitive;
+    wchar_t terminator;
+    bool matches;
+  } cases[] = {
+      {L"anything", L"*", true, 0, true},     {L"", L"**", true, 0, true},        {L"a", L"a*", true, 0, true},
+      {L"abc", L"a*", true, 0, true},         {L"ba", L"a*", true, 0, false},     {L"b", L"*b", true, 0, true},
+      {L"ab", L"*b", true, 0, true},          {L"ba", L"*b", true, 0, false},     {L"a?", L"a?", true, 0, true},
+      {L"ab", L"a?", true, 0, false},         {L"", L"", true, 0, true},          {L"a", L"", true, 0, false},
+      {L"foo;bar", L"foo", true, L';', true}, {L"foo;bar", L"foo;ignored", true, L';', true},
+      {L"ABC", L"a*c", false, 0, true},       {L"ABC", L"a*c", true, 0, false},   {L"\u00C9", L"\u00E9", false, 0, false},
+      {L"a*b", L"a*b", true, 0, true},        {L"abcbd", L"a*bd", true, 0, true}, {L"aXbXc", L"a*b*c", true, 0, true},
+      {L"abcab", L"*ab", true, 0, true},      {L"mississippi", L"*sip*", true, 0, true},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(Match(c.text, c.pattern, c.caseSensitive, c.terminator), c.matches) << c.text << " ~ " << c.pattern;
+  }
+  const wchar_t* text = L"abcdef";
+  EXPECT_TRUE(Match(text, L"ab", true, L'\0', text + 2));
+  EXPECT_FALSE(Match(text, L"abc", true, L'\0', text + 2));
+}
+
+// Over '*' and plain letters (no '?', '[' or '\\', which fnmatch treats specially) and texts
+// without '*', both define the same language.
+TEST(Wildcard, AgreesWithFnmatch) {
+  std::mt19937 rng(7);
+  const char alphabet[] = "ab*";
+  for (int i = 0; i < 20000; ++i) {
+    std::string text, pattern;
+    for (int n = int(rng() % 7); n > 0; --n) text += "ab"[rng() % 2];
+    for (int n = int(rng() % 6); n > 0; --n) pattern += alphabet[rng() % 3];
+    const std::wstring wt(text.begin(), text.end()), wp(pattern.begin(), pattern.end());
+    ASSERT_EQ(Match(wt.c_str(), wp.c_str()), ::fnmatch(pattern.c_str(), text.c_str(), 0) == 0)
+        << text << " ~ " << pattern;
+  }
+}
+
+TEST(RegexHelpers, EscapesOperatorsAndTurnsStarRunsIntoAnyRun) {
+  std::wstring escaped = L"old";
+  RegexHelpers::RegexEscape(L"a.b*[c]-(d)+e?f^$|{g}\\", escaped);
+  EXPECT_EQ(escaped, L"a\\.b*\\[c\\]-\\(d\\)\\+e\\?f\\^\\$\\|\\{g\\}\\\\");
+  std::wregex re;
+  RegexHelpers::BuildRegex(L"a+b**.WAV", re);
+  EXPECT_TRUE(std::regex_match(L"A+Bxyz.wav", re));
+  EXPECT_FALSE(std::regex_match(L"aab.wav", re));  // the plus is literal
+  EXPECT_FALSE(std::regex_match(L"a+bxwav", re));  // so is the dot
+  EXPECT_TRUE(std::regex_search(L"take a+b1.wav now", re));
+}
+
+TEST(CommandLine, SplitsByTheWindowsRules) {
+  using W = std::vector<CStdStr<wchar_t>>;
+  const struct {
+    const wchar_t* line;
+    W words;
+  } cases[] = {
+      {L"", {}},
+      {L"  \t ", {}},
+      {L"prog \"a b c\" d e", {L"prog", L"a b c", L"d", L"e"}},
+      {L"prog \"ab\\\"c\" \"\\\\\" d", {L"prog", L"ab\"c", L"\\", L"d"}},
+      {L"prog a\\\\\\b d\"e f\"g h", {L"prog", L"a\\\\\\b", L"de fg", L"h"}},
+      {L"prog a\\\\\\\"b c d", {L"prog", L"a\\\"b", L"c", L"d"}},
+      {L"prog a\\\\\\\\\"b c\" d e", {L"prog", L"a\\\\b c", L"d", L"e"}},
+      {L"prog a\"b\"\" c d", {L"prog", L"ab\" c d"}},
+      {L"\"C:\\Program Files\\x.exe\" -v", {L"C:\\Program Files\\x.exe", L"-v"}},
+      {L"C:\\dir\\x.exe\\", {L"C:\\dir\\x.exe\\"}},
+      {L"prog \"unclosed arg", {L"prog", L"unclosed arg"}},
+      {L"prog \"\"", {L"prog", L""}},
+  };
+  for (const auto& c : cases) EXPECT_EQ(lu::SplitCommandLine(c.line), c.words) << c.line;
+}
