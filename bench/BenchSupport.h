@@ -3,6 +3,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <map>
 #include <string>
 #include <vector>
@@ -41,6 +42,29 @@ class BestTimeReporter : public benchmark::ConsoleReporter {
   static void Keep(std::map<std::string, double>& best, const std::string& name, double t) {
     auto it = best.find(name);
     if (it == best.end() || t < it->second) best[name] = t;
+  }
+};
+
+// Times the library and its peer on the same input inside one iteration, so that their ratio is
+// measured under the same conditions: `ratio` is peer time / library time (above 1 means the
+// library is faster). Report the library's time as the iteration's (UseManualTime).
+struct PairTimer {
+  double ours = 0;
+  double peer = 0;
+  template <typename F>
+  static double Time(F&& f) {
+    const auto t0 = std::chrono::steady_clock::now();
+    f();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+  }
+  // Adds the ratio, and items per second of each side when `itemsPerIteration` is given.
+  void Report(benchmark::State& state, double itemsPerIteration = 0, const char* unit = "items/s") const {
+    const double n = static_cast<double>(state.iterations());
+    state.counters["ratio"] = peer / ours;
+    if (itemsPerIteration > 0) {
+      state.counters[std::string("ny_") + unit] = itemsPerIteration * n / ours;
+      state.counters[std::string("peer_") + unit] = itemsPerIteration * n / peer;
+    }
   }
 };
 
