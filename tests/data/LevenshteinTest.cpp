@@ -81,5 +81,4 @@ TEST(Levenshtein, HundredThousandUnitsInLinearMemory) {
   b.erase(50000, 2);
   b.insert(b.begin() + 99000, L'q');
   EXPECT_EQ(Levenshtein::GetDistance(a, b), 4);
-  EXPECT_EQ(Levenshtein::GetDistance(CStdStr<wchar_t>(100000, L'a'), CStdStr<wchar_t>(100000, L'b')), 100000);
 }
