@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include <nybase/NYBase.h>
@@ -25,28 +26,20 @@ int ReferenceDistance(const CStdStr<wchar_t>& a, const CStdStr<wchar_t>& b) {
 }
 
 CStdStr<wchar_t> RandomText(std::mt19937& rng, const std::vector<wchar_t>& alphabet, size_t len) {
-  CStdStr<wchar_t> s;
-  for (size_t i = 0; i < len; ++i) s.push_back(alphabet[rng() % alphabet.size()]);
+  CStdStr<wchar_t> s(len, 0);
+  for (wchar_t& c : s) c = alphabet[rng() % alphabet.size()];
   return s;
 }
 
 }  // namespace
 
-TEST(Levenshtein, StatedExamples) {
-  const struct {
-    const wchar_t* a;
-    const wchar_t* b;
-    int d;
-  } cases[] = {{L"", L"abc", 3}, {L"abc", L"", 3}, {L"", L"", 0}, {L"flaw", L"lawn", 2},
-               {L"abc", L"ABC", 3}, {L"ab", L"ba", 2}, {L"kitten", L"sitting", 3}};
-  for (const auto& c : cases) EXPECT_EQ(Levenshtein::GetDistance(c.a, c.b), c.d) << c.a << "/" << c.b;
-}
-
-TEST(Levenshtein, UnitsNotCharactersAndEmbeddedNuls) {
-  const CStdStr<wchar_t> clef = {0xD834, 0xDD1E};  // one character beyond the BMP
-  EXPECT_EQ(Levenshtein::GetDistance(clef, L"x"), 2);
-  const CStdStr<wchar_t> withNul(L"a\0b", 3);
-  EXPECT_EQ(Levenshtein::GetDistance(withNul, L"ab"), 1);
+TEST(Levenshtein, StatedExamplesCountUnitsAndNuls) {
+  const std::tuple<CStdStr<wchar_t>, CStdStr<wchar_t>, int> cases[] = {
+      {L"", L"abc", 3},         {L"abc", L"", 3},    {L"", L"", 0},
+      {L"flaw", L"lawn", 2},    {L"abc", L"ABC", 3}, {L"ab", L"ba", 2},
+      {{0xD834, 0xDD1E}, L"x", 2},  // one character beyond the BMP is two units
+      {CStdStr<wchar_t>(L"a\0b", 3), L"ab", 1}};
+  for (const auto& [a, b, d] : cases) EXPECT_EQ(Levenshtein::GetDistance(a, b), d) << CStdStr<char>(a) << "/" << CStdStr<char>(b);
 }
 
 TEST(Levenshtein, RandomStringsMatchTheDynamicProgramme) {
@@ -63,11 +56,7 @@ TEST(Levenshtein, RandomStringsMatchTheDynamicProgramme) {
       const size_t la = round < 20 ? lengths[rng() % std::size(lengths)] : rng() % 301;
       const size_t lb = round < 20 ? lengths[rng() % std::size(lengths)] : rng() % 301;
       const CStdStr<wchar_t> a = RandomText(rng, alphabet, la);
-      CStdStr<wchar_t> b = RandomText(rng, alphabet, lb);
-      if (round % 4 == 0) {  // a near copy, where the distance is small
-        b = a;
-        for (int k = 0; k < 3 && !b.empty(); ++k) b[rng() % b.size()] = alphabet[rng() % alphabet.size()];
-      }
+      const CStdStr<wchar_t> b = RandomText(rng, alphabet, lb);
       ASSERT_EQ(Levenshtein::GetDistance(a, b), ReferenceDistance(a, b)) << la << "x" << lb;
     }
   }
