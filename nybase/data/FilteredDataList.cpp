@@ -9,15 +9,17 @@ FilteredDataList::~FilteredDataList() {
 }
 
 bool FilteredDataList::ApplyFilters(const void* item) {
-  IDataIterator* columns = m_source->GetColumnIterator(item);
+  // Without a source (a misuse) or without a column iterator, every filter sees a null value, as
+  // past the end of a short iterator: the result stays defined instead of dereferencing null.
+  IDataIterator* columns = m_source ? m_source->GetColumnIterator(item) : nullptr;
   bool accepted = true;
   for (IDataFilter* filter : m_filters) {
-    if (!filter->Accept(columns->Next())) {
+    if (!filter->Accept(columns ? columns->Next() : nullptr)) {
       accepted = false;
       break;
     }
   }
-  columns->Release();
+  if (columns) columns->Release();
   return accepted;
 }
 
@@ -42,6 +44,7 @@ void FilteredDataList::AddDataConsumer(IDataConsumer* consumer) {
   m_consumers.push_back(consumer);
   if (m_source == nullptr) return;
   IDataIterator* rows = m_source->GetRowIterator();
+  if (rows == nullptr) return;
   while (const void* item = rows->Next()) {
     // The late consumer only catches up on what shows; it never hears of a removal here.
     if (ApplyFilters(item)) consumer->ItemAddedOrChanged(item);
@@ -56,8 +59,10 @@ void FilteredDataList::RemoveDataConsumer(IDataConsumer* consumer) {
 }
 
 void FilteredDataList::AddFilterConsumer(IDataFilterConsumer* consumer) {
-  // Not tested for null, on purpose: the list takes what it is given.
+  // Not tested for null, on purpose: the list takes what it is given. A null entry is kept (it
+  // can be removed again) but never called.
   m_filterConsumers.push_back(consumer);
+  if (consumer == nullptr) return;
   for (IDataFilter* f : m_filters) consumer->FilterAdded(f);
 }
 
@@ -70,7 +75,9 @@ void FilteredDataList::AddFilter(IDataFilter* filter) {
   if (filter == nullptr) return;
   m_filters.push_back(filter);
   filter->SetOwner(this);
-  for (IDataFilterConsumer* c : m_filterConsumers) c->FilterAdded(filter);
+  for (IDataFilterConsumer* c : m_filterConsumers) {
+    if (c) c->FilterAdded(filter);
+  }
   FilterChanged();
 }
 
@@ -82,7 +89,9 @@ void FilteredDataList::RemoveFilter(IDataFilter* filter) {
 void FilteredDataList::RemoveFilter(iterator& it) {
   IDataFilter* filter = *it;
   filter->SetOwner(nullptr);
-  for (IDataFilterConsumer* c : m_filterConsumers) c->FilterRemoved(filter);
+  for (IDataFilterConsumer* c : m_filterConsumers) {
+    if (c) c->FilterRemoved(filter);
+  }
   // Looked up again: a filter consumer may have changed the array meanwhile.
   const auto at = std::find(m_filters.begin(), m_filters.end(), filter);
   it = at != m_filters.end() ? m_filters.erase(at) : at;
@@ -92,7 +101,9 @@ void FilteredDataList::RemoveFilter(iterator& it) {
 void FilteredDataList::TakeOutFirstFilter(bool destroy) {
   IDataFilter* filter = m_filters.front();
   filter->SetOwner(nullptr);
-  for (IDataFilterConsumer* c : m_filterConsumers) c->FilterRemoved(filter);
+  for (IDataFilterConsumer* c : m_filterConsumers) {
+    if (c) c->FilterRemoved(filter);
+  }
   const auto at = std::find(m_filters.begin(), m_filters.end(), filter);
   if (at != m_filters.end()) m_filters.erase(at);
   if (destroy) filter->Destroy();
@@ -127,6 +138,7 @@ void FilteredDataList::CloseBrace() {
 void FilteredDataList::FilterChanged() {
   if (m_source == nullptr) return;
   IDataIterator* rows = m_source->GetRowIterator();
+  if (rows == nullptr) return;
   while (const void* item = rows->Next()) Notify(item, ApplyFilters(item));
   rows->Release();
 }

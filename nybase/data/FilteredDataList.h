@@ -88,7 +88,8 @@ class FilteredDataList {
   void AddDataConsumer(IDataConsumer* consumer);
   // Takes out the first entry equal to consumer, keeping the order; it is not told.
   void RemoveDataConsumer(IDataConsumer* consumer);
-  // Appends the consumer (null is not tested) and tells it alone of every filter, in order.
+  // Appends the consumer (null is not tested: a null entry is kept but never called) and tells it
+  // alone of every filter, in order.
   void AddFilterConsumer(IDataFilterConsumer* consumer);
   // Takes out the first entry equal to consumer; it is not told.
   void RemoveFilterConsumer(IDataFilterConsumer* consumer);
@@ -107,7 +108,8 @@ class FilteredDataList {
   // As ClearAllFilters, calling each filter's Destroy after it has left. No FilterChanged.
   void DestroyAllFilters();
 
-  // ---- Events from the source's owner (a source must be set) ----
+  // ---- Events from the source's owner (a source must be set; without one every filter is asked
+  // with a null value) ----
   // Filters the item: ItemAddedOrChanged on every consumer when accepted, else ItemRemoved.
   void ItemAddedOrChanged(const void* item);
   // ItemRemoved on every consumer, no filter asked.
@@ -128,7 +130,8 @@ class FilteredDataList {
 
  protected:
   // Whether every filter accepts the item's value in its column (true with no filters); stops at
-  // the first refusal. The source must be set: it is not tested.
+  // the first refusal. Without a source, or when the source gives no column iterator, each filter
+  // is asked with null.
   bool ApplyFilters(const void* item);
 
  private:

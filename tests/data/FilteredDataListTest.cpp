@@ -83,7 +83,9 @@ TEST(FilteredDataList, SourceFiltersAndConsumers) {
   EXPECT_EQ(Take(), (Calls{"F1 owner null", "W removed F1"}));
   list.ItemRemoved(&src.items[0]);
   list.SetSource(nullptr);
-  EXPECT_EQ(Take(), (Calls{"A remove 10", "B remove 10", "A clear", "B clear"}));
+  list.ItemAddedOrChanged(&src.items[0]);  // no source: the filters see null
+  EXPECT_EQ(Take(), (Calls{"A remove 10", "B remove 10", "A clear", "B clear", "F2 accept null", "A remove 10",
+                           "B remove 10"}));
 }
 
 TEST(FilteredDataList, ConsumerEntriesBracesAndFilterLifetimes) {
@@ -106,6 +108,7 @@ TEST(FilteredDataList, ConsumerEntriesBracesAndFilterLifetimes) {
   list.AddFilterConsumer(&w1);
   Take();
   list.AddFilterConsumer(&w2);
+  list.AddFilterConsumer(nullptr);  // kept, never called
   auto it = list.FilterBegin() + 1;
   list.RemoveFilter(it);
   EXPECT_EQ(*it, &f3);
