@@ -52,6 +52,11 @@
 #include <nybase/files/WineProxy.h>
 
 // Data.
+#include <nybase/data/Array2D.h>
+#include <nybase/data/FilteredDataList.h>
+#include <nybase/data/HungarianAlgorithm.h>
+#include <nybase/data/Levenshtein.h>
+#include <nybase/data/Variant.h>
 
 // Documents.
 #include <nybase/documents/IXmlReader.h>
