@@ -9,11 +9,13 @@
 #include <nybase/base/NyChannelConfig.h>
 #include <nybase/base/NyGuid.h>
 #include <nybase/base/NyResult.h>
+#include <nybase/base/VPropertyEnums.h>
 #include <nybase/base/VariantType.h>
 
 // Platform services.
 #include <nybase/platform/CurrentDirectory.h>
 #include <nybase/platform/FileApi.h>
+#include <nybase/platform/FileMapping.h>
 #include <nybase/platform/FullPathName.h>
 #include <nybase/platform/LastError.h>
 #include <nybase/platform/Locale.h>
@@ -33,14 +35,30 @@
 #include <nybase/text/StringHelp.h>
 
 // Files.
+#include <nybase/files/ByteStreamInterfaces.h>
 #include <nybase/files/File.h>
+#include <nybase/files/FileHelp.h>
+#include <nybase/files/FileInputStream.h>
 #include <nybase/files/FileOperation.h>
+#include <nybase/files/FileOutputStream.h>
 #include <nybase/files/FileRangeCopy.h>
 #include <nybase/files/InternalPath.h>
+#include <nybase/files/MemoryMappedFile.h>
+#include <nybase/files/NYFileExtensions.h>
 #include <nybase/files/Path.h>
 #include <nybase/files/PathFilter.h>
+#include <nybase/files/ReadBytesLuFile.h>
+#include <nybase/files/ReadBytesMem.h>
+#include <nybase/files/TemporaryFile.h>
+#include <nybase/files/WriteBytesLuFile.h>
+#include <nybase/files/WriteBytesMem.h>
 
 // Data.
+#include <nybase/data/FixedSizeMemoryPool.h>
+#include <nybase/data/HashBytes.h>
+#include <nybase/data/INyPluginMemAlloc.h>
+#include <nybase/data/NyBase64.h>
+#include <nybase/data/luFXMemAlloc.h>
 
 // Documents.
 #include <nybase/documents/IXmlReader.h>
