@@ -5,12 +5,21 @@
 #include <nybase/files/FileStream.h>
 #include <nybase/text/CStdStr.h>
 
+#include <utility>
+
 namespace lu {
 
 // Reads UTF-8 (ill-formed bytes become U+FFFD) as UTF-16 lines. A byte order mark is not skipped
 // at open: it arrives as U+FEFF at the start of the first line. Lines keep a CR before the LF.
 class FileInputStream : public priv::FileStream<detail::Utf8InputFileStream, 1> {
  public:
+  FileInputStream() = default;
+  FileInputStream(FileInputStream&& other) noexcept : FileStream(std::move(other)) {}
+  FileInputStream& operator=(FileInputStream&& other) noexcept {
+    FileStream::operator=(std::move(other));
+    return *this;
+  }
+
   // Reads up to the next LF, which is dropped; true when the read did not fail (a last line
   // without LF reads; at the end of the file it is false). With `skipByteOrderMark`, a U+FEFF at
   // the start of the line read is removed, whichever line it is: the stream keeps no memory of

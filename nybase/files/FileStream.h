@@ -29,8 +29,13 @@ template <typename Stream, int Mode>
 class FileStream : public Stream {
  public:
   FileStream() = default;
-  FileStream(FileStream&&) noexcept = default;
-  FileStream& operator=(FileStream&&) noexcept = default;
+  // Written out because the virtual base std::basic_ios cannot be moved: each most-derived class
+  // default-constructs it and the stream moves its state over.
+  FileStream(FileStream&& other) noexcept : Stream(std::move(other)) {}
+  FileStream& operator=(FileStream&& other) noexcept {
+    Stream::operator=(std::move(other));
+    return *this;
+  }
 
   // Opens `path` (Windows grammar; a native absolute path works too), fully shared. Success
   // clears the stream's state, failure sets fail (opening an open stream fails). The result is
