@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace NyBase64 {
 
@@ -41,6 +42,22 @@ constexpr std::array<uint16_t, 4096> MakePairTable() {
 }
 constexpr std::array<uint16_t, 4096> k_pairs = MakePairTable();
 
+// The decode values already shifted into place for each position of a group, with bit 31 set
+// for anything that is not an alphabet character: one OR tells whether a group is plain.
+constexpr uint32_t k_notAlphabet = 0x80000000u;
+constexpr std::array<uint32_t, 256> MakeShiftedTable(int shift) {
+  std::array<uint32_t, 256> table{};
+  for (int c = 0; c < 256; ++c) {
+    const uint8_t v = k_decode[static_cast<std::size_t>(c)];
+    table[static_cast<std::size_t>(c)] = v < 64 ? static_cast<uint32_t>(v) << shift : k_notAlphabet;
+  }
+  return table;
+}
+constexpr std::array<uint32_t, 256> k_shift18 = MakeShiftedTable(18);
+constexpr std::array<uint32_t, 256> k_shift12 = MakeShiftedTable(12);
+constexpr std::array<uint32_t, 256> k_shift6 = MakeShiftedTable(6);
+constexpr std::array<uint32_t, 256> k_shift0 = MakeShiftedTable(0);
+
 template <typename CT>
 void EncodeTo(const unsigned char* data, unsigned long long size, std::vector<CT>& text) {
   text.resize(static_cast<std::size_t>((size + 2) / 3 * 4 + 4));
@@ -50,10 +67,16 @@ void EncodeTo(const unsigned char* data, unsigned long long size, std::vector<CT
     const uint32_t v = (static_cast<uint32_t>(data[i]) << 16) | (static_cast<uint32_t>(data[i + 1]) << 8) | data[i + 2];
     const uint16_t hi = k_pairs[v >> 12];
     const uint16_t lo = k_pairs[v & 0xFFF];
-    out[0] = static_cast<CT>(hi & 0xFF);
-    out[1] = static_cast<CT>(hi >> 8);
-    out[2] = static_cast<CT>(lo & 0xFF);
-    out[3] = static_cast<CT>(lo >> 8);
+    if constexpr (sizeof(CT) == 1) {
+      // Little-endian: the pair table holds the first character in its low byte.
+      const uint32_t four = static_cast<uint32_t>(hi) | (static_cast<uint32_t>(lo) << 16);
+      std::memcpy(out, &four, 4);
+    } else {
+      out[0] = static_cast<CT>(hi & 0xFF);
+      out[1] = static_cast<CT>(hi >> 8);
+      out[2] = static_cast<CT>(lo & 0xFF);
+      out[3] = static_cast<CT>(lo >> 8);
+    }
     out += 4;
   }
   const unsigned long long left = size - i;
@@ -82,12 +105,9 @@ void DecodeTo(const wchar_t* text, unsigned long long length, std::vector<BT>& d
   while (pos < length && !padded) {
     // Fast path: four alphabet characters with more input behind them form a full group.
     while (length - pos > 4) {
-      const uint32_t a = k_decode[text[pos] & 0xFF];
-      const uint32_t b = k_decode[text[pos + 1] & 0xFF];
-      const uint32_t c = k_decode[text[pos + 2] & 0xFF];
-      const uint32_t d = k_decode[text[pos + 3] & 0xFF];
-      if ((a | b | c | d) >= 64) break;
-      const uint32_t v = (a << 18) | (b << 12) | (c << 6) | d;
+      const uint32_t v = k_shift18[text[pos] & 0xFF] | k_shift12[text[pos + 1] & 0xFF] |
+                         k_shift6[text[pos + 2] & 0xFF] | k_shift0[text[pos + 3] & 0xFF];
+      if (v & k_notAlphabet) break;
       out[0] = static_cast<BT>(v >> 16);
       out[1] = static_cast<BT>(v >> 8);
       out[2] = static_cast<BT>(v);

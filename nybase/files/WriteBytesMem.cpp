@@ -19,7 +19,7 @@ bool WriteBytesMem::Reserve(int required) {
   return true;
 }
 
-bool WriteBytesMem::WriteBytes(const void* data, int size, int& done) {
+bool WriteBytesMem::WriteBytesGrowing(const void* data, int size, int& done) {
   done = 0;
   if (size < 0 || m_count < 0 || static_cast<long long>(m_count) + size > INT_MAX) return false;
   Reserve(m_count + size);

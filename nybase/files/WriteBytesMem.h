@@ -1,6 +1,10 @@
 // WriteBytesMem: NY::IWriteBuffer on a malloc block that grows in steps of 1024 bytes.
 #pragma once
 
+#include <cstddef>
+#include <cstring>
+#include <typeinfo>
+
 #include <nybase/files/ByteStreamInterfaces.h>
 #include <nybase/text/BasicStringView.h>
 
@@ -17,7 +21,17 @@ class WriteBytesMem : public NY::IWriteBuffer {
   // Reserve(Count() + size) through the virtual table, then appends. Always true with `done` =
   // `size` while memory lasts. A negative size, a count that would pass 2^31 - 1, or a failed
   // allocation (also a count set below 0) writes nothing and gives false with `done` 0.
-  bool WriteBytes(const void* data, int size, int& done) override;
+  bool WriteBytes(const void* data, int size, int& done) override {
+    // Inline fast path: when the room is there this class's own Reserve does nothing, so its
+    // call is skipped; a derived class's Reserve is always called, through WriteBytesGrowing.
+    if (size > 0 && m_count >= 0 && size <= m_capacity - m_count && typeid(*this) == typeid(WriteBytesMem)) {
+      std::memcpy(m_buffer + m_count, data, static_cast<size_t>(size));
+      m_count += size;
+      done = size;
+      return true;
+    }
+    return WriteBytesGrowing(data, size, done);
+  }
   int Count() const override { return m_count; }
   unsigned char* Bytes() const override { return m_buffer; }
   // Unchecked; a later write grows the block to cover a count above the capacity.
@@ -36,6 +50,9 @@ class WriteBytesMem : public NY::IWriteBuffer {
   bool WriteString(const lu::BasicStringView<char>& text);
 
  private:
+  // WriteBytes with the virtual Reserve call, for growth, odd sizes and derived classes.
+  bool WriteBytesGrowing(const void* data, int size, int& done);
+
   int m_capacity = 0;
   unsigned char* m_buffer = nullptr;
   int m_count = 0;

@@ -192,6 +192,20 @@ TEST(WriteBytesMem, AppendsStringsAndDetaches) {
   EXPECT_FALSE(w.WriteBytes("q", 1, done));
 }
 
+TEST(WriteBytesMem, EveryWriteAsksTheVirtualReserve) {
+  struct Counting : WriteBytesMem {
+    bool Reserve(int required) override {
+      asked.push_back(required);
+      return WriteBytesMem::Reserve(required);
+    }
+    std::vector<int> asked;
+  } w;
+  int done = 0;
+  w.WriteBytes("abc", 3, done);
+  w.WriteBytes("de", 2, done);  // room is there, and Reserve is still called
+  EXPECT_EQ(w.asked, (std::vector<int>{3, 5}));
+}
+
 TEST(MemoryMappedFile, MapsReadsWritesAndExtends) {
   TempDir dir;
   lu::MemoryMappedFile m;
