@@ -1,6 +1,8 @@
 // NyBase64: table-driven encoding and the tolerant group-wise decoding.
 #include <nybase/data/NyBase64.h>
 
+#include <nybase/data/internal/Base64Simd.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -62,7 +64,8 @@ template <typename CT>
 void EncodeTo(const unsigned char* data, unsigned long long size, std::vector<CT>& text) {
   text.resize(static_cast<std::size_t>((size + 2) / 3 * 4 + 4));
   CT* out = text.data();
-  unsigned long long i = 0;
+  unsigned long long i = detail::EncodeBlocks(data, static_cast<std::size_t>(size), out);
+  out += i / 3 * 4;
   for (; i + 3 <= size; i += 3) {
     const uint32_t v = (static_cast<uint32_t>(data[i]) << 16) | (static_cast<uint32_t>(data[i + 1]) << 8) | data[i + 2];
     const uint16_t hi = k_pairs[v >> 12];
@@ -103,6 +106,10 @@ void DecodeTo(const wchar_t* text, unsigned long long length, std::vector<BT>& d
   unsigned long long pos = 0;
   bool padded = false;
   while (pos < length && !padded) {
+    const std::size_t blocks =
+        detail::DecodeBlocks(text + pos, static_cast<std::size_t>(length - pos), reinterpret_cast<unsigned char*>(out));
+    pos += blocks;
+    out += blocks / 16 * 12;
     // Fast path: four alphabet characters with more input behind them form a full group.
     while (length - pos > 4) {
       const uint32_t v = k_shift18[text[pos] & 0xFF] | k_shift12[text[pos + 1] & 0xFF] |

@@ -77,6 +77,18 @@ TEST(NyBase64, StatedDecodings) {
   for (const auto& row : rows) {
     EXPECT_EQ(Decode(row.text), row.bytes) << std::string(row.text.begin(), row.text.end());
   }
+  // The same rules inside long texts, where whole blocks are decoded at once.
+  Bytes bytes(60);
+  for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(i * 37 + 5);
+  const std::wstring plain = Widen(EncodeNarrow(bytes));
+  std::wstring aliased = plain;
+  aliased[3] |= 0x80;
+  aliased[17] |= 0x4200;
+  aliased[40] |= 0x180;
+  EXPECT_EQ(Decode(aliased), bytes);
+  std::wstring bad = plain;
+  bad[18] = 0x120;
+  EXPECT_EQ(Decode(bad), Bytes{});
   std::vector<char> chars;
   NyBase64::Decode(L"TWE=", 4, chars);
   EXPECT_EQ(std::string(chars.begin(), chars.end()), "Ma");
