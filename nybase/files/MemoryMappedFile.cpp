@@ -16,6 +16,8 @@ MemoryMappedFile::~MemoryMappedFile() {
 }
 
 void* MemoryMappedFile::Map(const lu::Path& path, NyOpenMode mode, unsigned int flags, unsigned long long size) {
+  // Mapping again is outside the contract; the earlier mapping is released rather than leaked.
+  if (m_mapping != nullptr) Unmap();
   m_lastError = FileErrorNone;
   pf::SetLastError(pf::k_errorSuccess);
   const NyOpenMode openMode = mode == NyOpenModeWrite ? NyOpenModeReadWrite : mode;

@@ -23,8 +23,8 @@ class MemoryMappedFile {
   // cannot be write-only) and `flags`, and maps `size` bytes, or the whole file when `size` is 0.
   // A size above the file's size extends the file (not in NyOpenModeRead, where it fails). A
   // read-only mapping for NyOpenModeRead, a shared read-write one otherwise. Returns the view, or
-  // null with GetLastError set (an empty file with size 0 fails). Not to be called while a
-  // mapping is held.
+  // null with GetLastError set (an empty file with size 0 fails). Not meant to be called while a
+  // mapping is held; if it is, that mapping is released first.
   void* Map(const lu::Path& path, NyOpenMode mode, unsigned int flags, unsigned long long size);
   // Unmaps, closes the file and forgets the size. False when nothing is mapped; otherwise whether
   // the file closed cleanly.
