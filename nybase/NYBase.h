@@ -11,11 +11,13 @@
 #include <nybase/base/NyChannelConfig.h>
 #include <nybase/base/NyGuid.h>
 #include <nybase/base/NyResult.h>
+#include <nybase/base/VPropertyEnums.h>
 #include <nybase/base/VariantType.h>
 
 // Platform services.
 #include <nybase/platform/CurrentDirectory.h>
 #include <nybase/platform/FileApi.h>
+#include <nybase/platform/FileMapping.h>
 #include <nybase/platform/FullPathName.h>
 #include <nybase/platform/LastError.h>
 #include <nybase/platform/Locale.h>
@@ -29,8 +31,8 @@
 #include <nybase/platform/Utf.h>
 
 // Text.
-#include <nybase/text/BasicStringView.h>
 #include <nybase/text/AudioDisplayStrings.h>
+#include <nybase/text/BasicStringView.h>
 #include <nybase/text/CStdStr.h>
 #include <nybase/text/CommandLine.h>
 #include <nybase/text/ConcatHelper.h>
@@ -39,24 +41,41 @@
 #include <nybase/text/StringHelpWildcard.h>
 
 // Files.
+#include <nybase/files/ByteStreamInterfaces.h>
 #include <nybase/files/Environment.h>
 #include <nybase/files/File.h>
+#include <nybase/files/FileHelp.h>
+#include <nybase/files/FileInputStream.h>
 #include <nybase/files/FileOperation.h>
+#include <nybase/files/FileOutputStream.h>
 #include <nybase/files/FileRangeCopy.h>
+#include <nybase/files/FileStream.h>
 #include <nybase/files/InternalPath.h>
 #include <nybase/files/Library.h>
 #include <nybase/files/MacroExpansion.h>
+#include <nybase/files/MemoryMappedFile.h>
+#include <nybase/files/NYFileExtensions.h>
 #include <nybase/files/Path.h>
 #include <nybase/files/PathFilter.h>
 #include <nybase/files/Process.h>
+#include <nybase/files/ReadBytesLuFile.h>
+#include <nybase/files/ReadBytesMem.h>
+#include <nybase/files/TemporaryFile.h>
 #include <nybase/files/WineProxy.h>
+#include <nybase/files/WriteBytesLuFile.h>
+#include <nybase/files/WriteBytesMem.h>
 
 // Data.
 #include <nybase/data/Array2D.h>
 #include <nybase/data/FilteredDataList.h>
+#include <nybase/data/FixedSizeMemoryPool.h>
+#include <nybase/data/HashBytes.h>
 #include <nybase/data/HungarianAlgorithm.h>
+#include <nybase/data/INyPluginMemAlloc.h>
 #include <nybase/data/Levenshtein.h>
+#include <nybase/data/NyBase64.h>
 #include <nybase/data/Variant.h>
+#include <nybase/data/luFXMemAlloc.h>
 
 // Documents.
 #include <nybase/documents/IXmlReader.h>
@@ -67,11 +86,11 @@
 #include <nybase/audio/ChnaRecords.h>
 #include <nybase/audio/IDataDecipher.h>
 #include <nybase/audio/NyADM.h>
-#include <nybase/audio/NyAudioFileReader.h>
 #include <nybase/audio/NyADMChunk.h>
-#include <nybase/audio/NyDM.h>
+#include <nybase/audio/NyAudioFileReader.h>
 #include <nybase/audio/NyChannelOrdering.h>
 #include <nybase/audio/NyCueChunk.h>
+#include <nybase/audio/NyDM.h>
 #include <nybase/audio/NyDataChunk.h>
 #include <nybase/audio/NyFmtChunk.h>
 #include <nybase/audio/NyFormatChunkBase.h>

@@ -484,7 +484,7 @@ int main(int argc, char** argv) {
   g_out = argv[1];
   MakeFolder(g_out);
   const auto wavs = WavSeeds();
-  for (const char* target : {"wav_reader", "wav_chunks", "adm", "xml_reader", "utf8_codec"}) {
+  for (const char* target : {"wav_reader", "wav_chunks", "adm", "xml_reader", "utf8_codec", "base64"}) {
     MakeFolder(g_out + "/" + target);
   }
   for (const auto& [name, bytes] : wavs) {
@@ -513,5 +513,11 @@ int main(int argc, char** argv) {
   }
   int i = 0;
   for (const std::string& t : Utf8Texts()) Save("utf8_codec", "text" + std::to_string(i++) + ".txt", Text(t));
+  // Base64 texts: padded, unpadded, wrapped, with a bad character and with padding inside.
+  i = 0;
+  for (const char* t : {"TWFu", "TQ==", "TWE=", "TQ", "TWFu\n", "T W\r\nF\tu", "T*Fu", "TQ==TWFu",
+                        "//79AA==", "QUJDREVGR0hJSktMTU5PUFFSU1RVVldYWVphYmNkZWZnaGlqa2xtbm9w\ncXJzdHV2d3h5eg=="}) {
+    Save("base64", "text" + std::to_string(i++) + ".txt", Text(t));
+  }
   return g_failures == 0 ? 0 : 1;
 }
