@@ -29,16 +29,19 @@
 #include <nybase/text/BasicStringView.h>
 #include <nybase/text/AudioDisplayStrings.h>
 #include <nybase/text/CStdStr.h>
+#include <nybase/text/NoCaseStringComp.h>
 #include <nybase/text/ConcatHelper.h>
 #include <nybase/text/StringHelp.h>
 
 // Files.
+#include <nybase/files/DirectoryRecursive.h>
 #include <nybase/files/File.h>
 #include <nybase/files/FileOperation.h>
 #include <nybase/files/FileRangeCopy.h>
 #include <nybase/files/InternalPath.h>
 #include <nybase/files/Path.h>
 #include <nybase/files/PathFilter.h>
+#include <nybase/files/PathFind.h>
 
 // Data.
 
