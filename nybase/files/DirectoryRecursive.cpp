@@ -156,7 +156,10 @@ bool CopyFilesRecursive(const CStdStr<wchar_t>& source, const CStdStr<wchar_t>& 
   }
   bool ok = true;
   for (const CStdStr<wchar_t>& file : files) {
-    const CStdStr<wchar_t> relative = Path(file).GetPathRelative(from);
+    // The walk builds every path as `source`, "\" and the names below it, and never enters a
+    // link, so the text behind that prefix is what GetPathRelative(source) would resolve to,
+    // without resolving both paths on the disk for every file.
+    const CStdStr<wchar_t> relative(file.substr(source.size() + 1));
     const Path target = Path::Combine({destination, relative});
     if (relative.empty() || !Path(file).Copy(target)) ok = false;
   }

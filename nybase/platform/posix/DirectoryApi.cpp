@@ -202,16 +202,12 @@ bool RemoveEntry(const wchar_t* path, size_t len, bool& removed) {
   removed = false;
   std::string native;
   if (!MapPath(path, len, native)) return false;
-  struct stat st;
-  if (::lstat(native.c_str(), &st) != 0) {
-    if (errno == ENOENT || errno == ENOTDIR) return true;
-    FailPath(errno, native);
-    return false;
-  }
-  const int rc = S_ISDIR(st.st_mode) ? ::rmdir(native.c_str()) : ::unlink(native.c_str());
+  // unlink first (a link goes, never its target); Linux refuses a directory with EISDIR.
+  int rc = ::unlink(native.c_str());
+  if (rc != 0 && errno == EISDIR) rc = ::rmdir(native.c_str());
   if (rc != 0) {
     const int err = errno;
-    if (err == ENOENT) return true;
+    if (err == ENOENT || err == ENOTDIR) return true;
     SetLastError(err == EEXIST ? k_errorDirNotEmpty : ErrorFromErrno(err));
     return false;
   }
