@@ -136,6 +136,10 @@ TEST(PathDisk, CopyCodesAndProgress) {
   EXPECT_EQ(c, std::error_condition(2, std::generic_category()));
   EXPECT_FALSE(t.P("src").Copy(lu::Path(L"bare.wav"), nullptr, &c));
   EXPECT_EQ(c.value(), 22);
+  EXPECT_FALSE(lu::Path().Copy(t.P("x"), nullptr, &c));
+  EXPECT_EQ(c.value(), 2);
+  EXPECT_FALSE(t.P("src").Copy(t.P("bad|dir/x"), nullptr, &c));
+  EXPECT_EQ(c.value(), 22);
   EXPECT_FALSE(t.P("src").Copy(t.P("afile/x"), nullptr, &c));  // the parent is a file
   EXPECT_FALSE(std::filesystem::exists(t.N("afile/x")));
   Recorder progress;
@@ -163,7 +167,9 @@ TEST(PathDisk, CreateAndRemove) {
   std::error_condition c;
   EXPECT_FALSE(t.P("a/b").CreateDirectoryW(&c));
   EXPECT_EQ(c.value(), 22);
-  EXPECT_FALSE(std::filesystem::exists(t.N("a")));
+  EXPECT_FALSE(t.P("a<b").CreateDirectoryW(&c));
+  EXPECT_EQ(c.value(), 22);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(t.N()), {}), 1);  // only "file"
   EXPECT_TRUE(t.P("a/b/c").CreateDirectories(&c));
   EXPECT_EQ(c.value(), 0);
   EXPECT_TRUE(t.P("a/b/c").IsDirectory());
@@ -181,6 +187,7 @@ TEST(PathDisk, CreateAndRemove) {
   t.File("a/b/c/d/f");
   EXPECT_FALSE(t.P("a").Remove(false));
   EXPECT_FALSE(t.P("missing").Remove(true));
+  EXPECT_FALSE(lu::Path().Remove(true));
   EXPECT_TRUE(t.P("a").Remove(true));
   EXPECT_FALSE(std::filesystem::exists(t.N("a")));
   EXPECT_TRUE(t.P("file").Remove(false));
