@@ -4,7 +4,8 @@
 // small WAV files against `soxi` given the same files in one call. Prints the ratios (peer time
 // over ours: above 1 means faster) and files per second.
 // NYBASE_BENCH_DIR_FILES scales the tree (default 100000, kept at 100 files a folder);
-// NYBASE_BENCH_WAV_FILES the catalogue (default 10000).
+// NYBASE_BENCH_WAV_FILES the catalogue (default 10000); NYBASE_BENCH_DIR_ROOT the folder the trees
+// are made in (default /tmp; /dev/shm measures the code rather than the disk's journal).
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <spawn.h>
@@ -246,7 +247,9 @@ int main(int argc, char** argv) {
   const char* wavCount = std::getenv("NYBASE_BENCH_WAV_FILES");
   const int wavs = wavCount != nullptr ? std::max(10, std::atoi(wavCount)) : 10000;
 
-  char tmp[] = "/tmp/nybase-bench-dir-XXXXXX";
+  const char* base = std::getenv("NYBASE_BENCH_DIR_ROOT");
+  std::string pattern = std::string(base != nullptr ? base : "/tmp") + "/nybase-bench-dir-XXXXXX";
+  char* tmp = pattern.data();
   if (mkdtemp(tmp) == nullptr) return 1;
   g_root = std::string(tmp) + "/tree";
   g_scratch = std::string(tmp) + "/scratch";

@@ -49,7 +49,13 @@ void PathFind::CacheNext() {
 }
 
 void PathFind::CachePath() {
-  m_current = Path::Join({m_directory, BasicStringView<wchar_t>(m_findData.fileName, std::wcslen(m_findData.fileName))});
+  // Path::Join({directory, name}) for a directory that is already canonical and a name without
+  // separators, built without its clean-up pass (the walks call this for every entry).
+  const CStdStr<wchar_t>& dir = m_directory.GetFsPath().native();
+  CStdStr<wchar_t>& out = m_current.GetFsPath().native();
+  out.assign(dir);
+  if (!out.empty() && out.back() != L'\\' && out.back() != L'/') out.push_back(L'\\');
+  out.append(m_findData.fileName, std::wcslen(m_findData.fileName));
 }
 
 bool PathFind::IsDots() const {

@@ -590,6 +590,7 @@ struct FindState {
   std::string directory;           // native directory of the entries ("." for the current one)
   std::vector<std::string> names;  // matching entries, in order
   std::vector<unsigned char> types;  // their directory entry types (DT_UNKNOWN when not listed)
+  std::vector<std::wstring> wideNames;  // their UTF-16 forms, when the listing made them
   FindInfoLevel level = FindInfoLevel::Standard;
   size_t next = 0;
 };
@@ -634,6 +635,12 @@ bool OrderNames(const std::wstring& a, const std::wstring& b) {
   return a.size() < b.size();
 }
 
+void CopyWide(const std::wstring& wide, FindData& data) {
+  const size_t count = std::min(wide.size(), sizeof data.fileName / sizeof data.fileName[0] - 1);
+  std::copy(wide.begin(), wide.begin() + static_cast<std::ptrdiff_t>(count), data.fileName);
+  data.fileName[count] = 0;
+}
+
 void CopyName(const std::string& name, FindData& data) {
   const std::wstring wide = Utf8ToUtf16(name.data(), name.size());
   const size_t count = std::min(wide.size(), sizeof data.fileName / sizeof data.fileName[0] - 1);
@@ -643,7 +650,8 @@ void CopyName(const std::string& name, FindData& data) {
 
 // The kind from the directory entry alone; links and unknown types take one stat (following the
 // link, as the standard level does). False when the entry vanished.
-bool FillKind(const FindState& state, const std::string& name, unsigned char type, FindData& data) {
+bool FillKind(const FindState& state, const std::string& name, unsigned char type, const std::wstring* wide,
+              FindData& data) {
   data = FindData{};
   bool directory = type == DT_DIR;
   bool link = type == DT_LNK;
@@ -661,7 +669,11 @@ bool FillKind(const FindState& state, const std::string& name, unsigned char typ
   }
   data.attributes = directory ? k_fileAttributeDirectory : k_fileAttributeNormal;
   if (link) data.attributes |= k_fileAttributeReparsePoint;
-  CopyName(name, data);
+  if (wide) {
+    CopyWide(*wide, data);
+  } else {
+    CopyName(name, data);
+  }
   return true;
 }
 
@@ -685,7 +697,8 @@ bool NextEntry(FindState& state, FindData& data) {
   while (state.next < state.names.size()) {
     const size_t i = state.next++;
     const bool filled = state.level == FindInfoLevel::NamesAndKinds
-                            ? FillKind(state, state.names[i], state.types[i], data)
+                            ? FillKind(state, state.names[i], state.types[i],
+                                       i < state.wideNames.size() ? &state.wideNames[i] : nullptr, data)
                             : FillFindData(state, state.names[i], state.types[i], data);
     if (filled) return true;
   }
@@ -748,9 +761,11 @@ FindHandle FindFirstFileExW(const wchar_t* pattern, size_t len, FindData& data, 
     std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) { return OrderNames(a.wide, b.wide); });
     state->names.reserve(found.size());
     state->types.reserve(found.size());
+    state->wideNames.reserve(found.size());
     for (auto& f : found) {
       state->names.push_back(std::move(f.name));
       state->types.push_back(f.type);
+      state->wideNames.push_back(std::move(f.wide));
     }
   }
   if (!NextEntry(*state, data)) {
