@@ -84,21 +84,25 @@ void PutLE(std::vector<unsigned char>& out, uint32_t v, int bytes) {
   for (int i = 0; i < bytes; ++i) out.push_back(static_cast<unsigned char>(v >> (8 * i)));
 }
 
+void PutTag(std::vector<unsigned char>& out, const char* tag) {
+  for (; *tag; ++tag) out.push_back(static_cast<unsigned char>(*tag));
+}
+
 // A 0.1 s mono 16-bit WAV file.
 std::vector<unsigned char> SmallWav(uint32_t seed) {
   const uint32_t frames = 4800;
   std::vector<unsigned char> b;
-  b.insert(b.end(), {'R', 'I', 'F', 'F'});
+  PutTag(b, "RIFF");
   PutLE(b, 36 + frames * 2, 4);
-  b.insert(b.end(), {'W', 'A', 'V', 'E', 'f', 'm', 't', ' '});
-  for (uint32_t v : {16u}) PutLE(b, v, 4);
+  PutTag(b, "WAVEfmt ");
+  PutLE(b, 16, 4);
   PutLE(b, 1, 2);
   PutLE(b, 1, 2);
   PutLE(b, 48000, 4);
   PutLE(b, 96000, 4);
   PutLE(b, 2, 2);
   PutLE(b, 16, 2);
-  b.insert(b.end(), {'d', 'a', 't', 'a'});
+  PutTag(b, "data");
   PutLE(b, frames * 2, 4);
   for (uint32_t i = 0; i < frames; ++i) PutLE(b, (i * 7919u + seed) & 0xFFFF, 2);
   return b;
