@@ -150,6 +150,12 @@ TEST(PathDisk, CopyCodesAndProgress) {
   t.File("small", 1);
   ASSERT_TRUE(t.P("small").Copy(t.P("new/chain/dst")));  // overwrites
   EXPECT_EQ(nytest::ReadFileBytes(t.N("new/chain/dst")).size(), 1u);
+  t.File("rotarget", 7);
+  ::chmod(t.N("rotarget").c_str(), 0444);
+  EXPECT_FALSE(t.P("src").Copy(t.P("rotarget"), nullptr, &c));  // refused, left as it was
+  EXPECT_EQ(c, std::errc::permission_denied);
+  EXPECT_FALSE(t.P("src").Copy(t.P("./src")));  // onto itself: refused, not truncated
+  EXPECT_EQ(std::filesystem::file_size(t.N("rotarget")) + std::filesystem::file_size(t.N("src")), 3007u);
   t.File("tree/inner/f");
   ASSERT_TRUE(t.P("tree").Copy(t.P("treecopy")));  // a directory: only itself
   EXPECT_TRUE(std::filesystem::is_empty(t.N("treecopy")));

@@ -253,25 +253,41 @@ bool CopyFileExW(const wchar_t* from, size_t fromLen, const wchar_t* to, size_t 
     ::close(in);
     return false;
   }
-  struct stat dt;
-  if (::stat(dst.c_str(), &dt) == 0) {
-    // A read-only or directory target is refused, as for the library's own opens.
-    if (S_ISDIR(dt.st_mode) || (dt.st_mode & S_IWUSR) == 0) {
-      ::close(in);
-      SetLastError(k_errorAccessDenied);
-      return false;
-    }
-    if (dt.st_dev == st.st_dev && dt.st_ino == st.st_ino) {
-      ::close(in);
-      SetLastError(k_errorSharingViolation);
-      return false;
-    }
-  }
-  const int out = ::open(dst.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, st.st_mode & 0777);
+  // A new target is created exclusively (it then needs no checks, even when the source's mode
+  // makes it read-only); an existing one is opened without truncation first, so that a target
+  // that must be refused is left as it was.
+  constexpr int k_flags = O_WRONLY | O_CLOEXEC | O_NOCTTY;
+  int out = ::open(dst.c_str(), k_flags | O_CREAT | O_EXCL, st.st_mode & 0777);
+  const bool created = out >= 0;
+  if (!created && errno == EEXIST) out = ::open(dst.c_str(), k_flags);
   if (out < 0) {
     const int err = errno;
     ::close(in);
-    FailPath(err, dst);
+    if (err == EISDIR) {
+      SetLastError(k_errorAccessDenied);
+    } else {
+      FailPath(err, dst);
+    }
+    return false;
+  }
+  struct stat dt;
+  uint32_t refusal = k_errorSuccess;
+  if (created) {
+    // Nothing to check.
+  } else if (::fstat(out, &dt) != 0) {
+    refusal = ErrorFromErrno(errno);
+  } else if (dt.st_dev == st.st_dev && dt.st_ino == st.st_ino) {
+    refusal = k_errorSharingViolation;
+  } else if ((dt.st_mode & S_IWUSR) == 0) {
+    // A read-only target is refused, for root too, as by the library's own opens.
+    refusal = k_errorAccessDenied;
+  } else if (dt.st_size != 0 && ::ftruncate(out, 0) != 0) {
+    refusal = ErrorFromErrno(errno);
+  }
+  if (refusal != k_errorSuccess) {
+    ::close(out);
+    ::close(in);
+    SetLastError(refusal);
     return false;
   }
   const uint64_t total = static_cast<uint64_t>(st.st_size);
