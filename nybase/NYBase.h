@@ -16,6 +16,7 @@
 
 // Platform services.
 #include <nybase/platform/CurrentDirectory.h>
+#include <nybase/platform/DirectoryApi.h>
 #include <nybase/platform/FileApi.h>
 #include <nybase/platform/FileMapping.h>
 #include <nybase/platform/FullPathName.h>
@@ -36,12 +37,14 @@
 #include <nybase/text/CStdStr.h>
 #include <nybase/text/CommandLine.h>
 #include <nybase/text/ConcatHelper.h>
+#include <nybase/text/NoCaseStringComp.h>
 #include <nybase/text/RegexHelpers.h>
 #include <nybase/text/StringHelp.h>
 #include <nybase/text/StringHelpWildcard.h>
 
 // Files.
 #include <nybase/files/ByteStreamInterfaces.h>
+#include <nybase/files/DirectoryRecursive.h>
 #include <nybase/files/Environment.h>
 #include <nybase/files/File.h>
 #include <nybase/files/FileHelp.h>
@@ -57,6 +60,7 @@
 #include <nybase/files/NYFileExtensions.h>
 #include <nybase/files/Path.h>
 #include <nybase/files/PathFilter.h>
+#include <nybase/files/PathFind.h>
 #include <nybase/files/Process.h>
 #include <nybase/files/ReadBytesLuFile.h>
 #include <nybase/files/ReadBytesMem.h>

@@ -20,20 +20,13 @@ namespace {
 
 namespace pf = lu::platform;
 
-// Size of a file or directory from a status query that follows links; 0 on any failure, so a
-// missing file and an empty one look alike.
-unsigned long long SizeOf(const Path& path) {
-  const std::wstring& text = path;
-  pf::FileAttributeData data;
-  if (text.empty() || !pf::GetFileAttributesExW(text.data(), text.size(), data)) return 0;
-  return data.fileSize;
-}
+// Size from a status query that follows links; 0 on any failure, so a missing file and an empty
+// one look alike.
+unsigned long long SizeOf(const Path& path) { return path.GetFileSize(); }
 
 bool Exists(const Path& path, bool* isDirectory = nullptr) {
-  const std::wstring& text = path;
-  pf::FileAttributeData data;
-  if (text.empty() || !pf::GetFileAttributesExW(text.data(), text.size(), data)) return false;
-  if (isDirectory) *isDirectory = (data.attributes & pf::k_fileAttributeDirectory) != 0;
+  if (!path.Exists()) return false;
+  if (isDirectory) *isDirectory = path.IsDirectory();
   return true;
 }
 

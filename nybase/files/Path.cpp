@@ -16,7 +16,7 @@ using View = std::wstring_view;
 
 inline View ViewOf(const std::wstring& s) noexcept { return View(s.data(), s.size()); }
 
-inline CStdStr<wchar_t> Copy(View v) { return CStdStr<wchar_t>(v.data(), v.size()); }
+inline CStdStr<wchar_t> CopyOf(View v) { return CStdStr<wchar_t>(v.data(), v.size()); }
 
 // The name separator, built when the library loads.
 const CStdStr<wchar_t> k_csNameSeparator(L"\\");
@@ -49,30 +49,30 @@ void AddTrailingSeparatorTo(CStdStr<wchar_t>& s) {
 
 // --- FsPath -----------------------------------------------------------------------------------
 
-FsPath FsPath::root_name() const { return FsPath(Copy(ViewOf(m_text).substr(0, detail::RootNameLength(ViewOf(m_text))))); }
+FsPath FsPath::root_name() const { return FsPath(CopyOf(ViewOf(m_text).substr(0, detail::RootNameLength(ViewOf(m_text))))); }
 
 FsPath FsPath::root_directory() const {
   const detail::PathSplit split = detail::SplitRoot(ViewOf(m_text));
-  return FsPath(Copy(ViewOf(m_text).substr(split.rootNameEnd, split.rootDirEnd - split.rootNameEnd)));
+  return FsPath(CopyOf(ViewOf(m_text).substr(split.rootNameEnd, split.rootDirEnd - split.rootNameEnd)));
 }
 
-FsPath FsPath::root_path() const { return FsPath(Copy(ViewOf(m_text).substr(0, detail::SplitRoot(ViewOf(m_text)).rootDirEnd))); }
+FsPath FsPath::root_path() const { return FsPath(CopyOf(ViewOf(m_text).substr(0, detail::SplitRoot(ViewOf(m_text)).rootDirEnd))); }
 
-FsPath FsPath::relative_path() const { return FsPath(Copy(ViewOf(m_text).substr(detail::SplitRoot(ViewOf(m_text)).rootDirEnd))); }
+FsPath FsPath::relative_path() const { return FsPath(CopyOf(ViewOf(m_text).substr(detail::SplitRoot(ViewOf(m_text)).rootDirEnd))); }
 
-FsPath FsPath::parent_path() const { return FsPath(Copy(ViewOf(m_text).substr(0, detail::ParentLength(ViewOf(m_text))))); }
+FsPath FsPath::parent_path() const { return FsPath(CopyOf(ViewOf(m_text).substr(0, detail::ParentLength(ViewOf(m_text))))); }
 
-FsPath FsPath::filename() const { return FsPath(Copy(ViewOf(m_text).substr(detail::FileNameStart(ViewOf(m_text))))); }
+FsPath FsPath::filename() const { return FsPath(CopyOf(ViewOf(m_text).substr(detail::FileNameStart(ViewOf(m_text))))); }
 
 FsPath FsPath::stem() const {
   const View name = ViewOf(m_text).substr(detail::FileNameStart(ViewOf(m_text)));
-  return FsPath(Copy(name.substr(0, detail::SplitStem(name).stemEnd)));
+  return FsPath(CopyOf(name.substr(0, detail::SplitStem(name).stemEnd)));
 }
 
 FsPath FsPath::extension() const {
   const View name = ViewOf(m_text).substr(detail::FileNameStart(ViewOf(m_text)));
   const detail::StemSplit split = detail::SplitStem(name);
-  return FsPath(Copy(name.substr(split.stemEnd, split.extEnd - split.stemEnd)));
+  return FsPath(CopyOf(name.substr(split.stemEnd, split.extEnd - split.stemEnd)));
 }
 
 FsPath FsPath::lexically_normal() const {
@@ -189,13 +189,13 @@ Path& Path::ReplaceExtension(BasicStringView<wchar_t> ext) {
 
 // --- Decomposition -----------------------------------------------------------------------------
 
-CStdStr<wchar_t> Path::GetRootName() const { return Copy(ViewOf(Text()).substr(0, detail::RootNameLength(ViewOf(Text())))); }
+CStdStr<wchar_t> Path::GetRootName() const { return CopyOf(ViewOf(Text()).substr(0, detail::RootNameLength(ViewOf(Text())))); }
 
-CStdStr<wchar_t> Path::GetFileName() const { return Copy(ViewOf(Text()).substr(detail::FileNameStart(ViewOf(Text())))); }
+CStdStr<wchar_t> Path::GetFileName() const { return CopyOf(ViewOf(Text()).substr(detail::FileNameStart(ViewOf(Text())))); }
 
 CStdStr<wchar_t> Path::GetStem() const {
   const View name = ViewOf(Text()).substr(detail::FileNameStart(ViewOf(Text())));
-  return Copy(name.substr(0, detail::SplitStem(name).stemEnd));
+  return CopyOf(name.substr(0, detail::SplitStem(name).stemEnd));
 }
 
 CStdStr<wchar_t> Path::GetFileExtension() const {
@@ -204,14 +204,14 @@ CStdStr<wchar_t> Path::GetFileExtension() const {
   const detail::StemSplit split = detail::SplitStem(name);
   // Deliberately beyond the grammar: with no extension, a text that begins with "." answers its
   // file name (".wav" gives ".wav", ".\foo" gives "foo").
-  if (split.extEnd == split.stemEnd && !text.empty() && text[0] == L'.') return Copy(name);
-  return Copy(name.substr(split.stemEnd, split.extEnd - split.stemEnd));
+  if (split.extEnd == split.stemEnd && !text.empty() && text[0] == L'.') return CopyOf(name);
+  return CopyOf(name.substr(split.stemEnd, split.extEnd - split.stemEnd));
 }
 
 CStdStr<wchar_t> Path::GetParent() const {
   // The grammatical parent never ends inside the root, so a parent that is a root name alone
   // ("C:" of "C:foo") already carries the path's whole root directory (none).
-  return Copy(ViewOf(Text()).substr(0, detail::ParentLength(ViewOf(Text()))));
+  return CopyOf(ViewOf(Text()).substr(0, detail::ParentLength(ViewOf(Text()))));
 }
 
 CStdStr<wchar_t> Path::GetTopFolderPath() const {

@@ -2,10 +2,13 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <string>
+#include <system_error>
 #include <utility>
 
+#include <nybase/base/IProgress.h>
 #include <nybase/text/BasicStringView.h>
 #include <nybase/text/CStdStr.h>
 #include <nybase/text/ConcatHelper.h>
@@ -188,12 +191,73 @@ class Path {
   // True when an element begins with a reserved device name ("a\CON.txt\b", " NUL").
   bool ContainsReservedName() const;
 
+  // --- The disk (PathDisk.cpp) -----------------------------------------------------------------
+  // Status queries follow symbolic links. None of them fails loudly: a missing path is simply
+  // not there.
+  // The attributes can be read; a directory counts.
+  bool Exists() const;
+  // Exists and is neither a directory nor missing: a device or a link to one counts.
+  bool IsFile() const;
+  bool FileExists() const { return IsFile(); }
+  bool IsDirectory() const;
+  bool DirectoryExists() const { return IsDirectory(); }
+  // False for an empty path; otherwise the hidden attribute (a dot name or `user.nybase.hidden`)
+  // read without a check of failure, so a missing path reads as hidden (deliberately).
+  bool IsHidden() const;
+  // Sets or clears the hidden attribute; true without a write when it already is as asked. False
+  // when the attributes cannot be read or written (a dot name cannot be made visible).
+  bool SetHiddenStatus(bool hidden) const;
+  // No owner write permission; false for a missing path.
+  bool IsReadOnly() const;
+  // Gives the owner write permission back; false on failure.
+  bool RemoveReadOnlyStatus() const;
+  // Size in bytes; 0 on any failure (a missing file and an empty one look alike).
+  uint64_t GetFileSize() const;
+  // Last write time in seconds since 1970-01-01 UTC (directories have one too); -1 on failure.
+  int64_t GetLastWriteTime() const;
+  // Copies this file to `destination`, overwriting it, after creating the destination's missing
+  // parent folders; a directory source only creates the directory `destination`. Progress goes in
+  // KiB: SetRange(0, ceil(total / 1024)) once, then SetPosition(done / 1024) per step. False with
+  // code 2 for a missing source, 22 for a destination without a usable parent (a bare file name
+  // included), or the system's error.
+  bool Copy(const Path& destination, IProgress* progress = nullptr, std::error_condition* condition = nullptr) const;
+  // Renames this path to `destination`, replacing an existing file; across file systems a file is
+  // copied and removed. False on failure.
+  bool Move(const Path& destination) const;
+  // Removes the entry. Recursive removal of a directory empties it first and retries the final
+  // removal up to 10 times. False when nothing was removed (a missing path) or on an error.
+  bool Remove(bool recursive) const;
+  // Creates one directory level: true (code 0) when the path already exists, of any kind; code 22
+  // for a missing parent or an illegal character; otherwise the system's error.
+  bool CreateDirectoryW(std::error_condition* condition = nullptr) const;
+  // Creates the whole chain. True when the path exists (of any kind) or its last element could be
+  // made; code 22 for an empty path or an illegal character, else the most telling system error.
+  bool CreateDirectories(std::error_condition* condition = nullptr) const;
+  // Both paths exist and name the same file (same volume and file index). False otherwise.
+  bool IsEquivalent(const Path& other) const;
+  // The path itself when it is an existing directory, otherwise its parent; empty for an empty
+  // path. With `addTrailingSeparator`, ends in "".
+  CStdStr<wchar_t> GetFileDirectory(bool addTrailingSeparator) const;
+  CStdStr<wchar_t> GetDirectory(bool addTrailingSeparator) const { return GetFileDirectory(addTrailingSeparator); }
+  // The path relative to `base`, after resolving the existing leading parts of both; "." for the
+  // same path. A copy of this path for an empty base; empty for different roots or on failure.
+  CStdStr<wchar_t> GetPathRelative(const Path& base) const;
+  // Assigns GetPathRelative(base) unless it is empty.
+  Path& MakePathRelative(const Path& base);
+  // The process's current directory ("Z:\..."); empty on failure.
+  static Path GetCurrent();
+  // Sets the process's current directory; false on failure.
+  static bool SetCurrent(const Path& path);
+
  private:
   // Appends `part` to `out`, with a "\" first when `out` is not empty; skips an empty part.
   static void ConcatenatePart(const BasicStringView<wchar_t>& part, CStdStr<wchar_t>& out);
   // A final "\" only: a final "/" is not seen.
   bool HasTrailingSeparator() const noexcept;
   static bool IsReservedName(const CStdStr<wchar_t>& name);
+  // Copies one entry with the standard copy (no recursion into a directory), overwriting files;
+  // progress 0 and 100 of a range of 100. False with the error in `condition`.
+  static bool FsPathCopy(const Path& from, const Path& to, IProgress* progress, std::error_condition* condition);
 
   CStdStr<wchar_t>& Text() noexcept { return m_fsPath.native(); }
   const CStdStr<wchar_t>& Text() const noexcept { return m_fsPath.native(); }

@@ -32,6 +32,8 @@ inline constexpr uint32_t k_fileAttributeReadOnly = 0x1u;
 inline constexpr uint32_t k_fileAttributeHidden = 0x2u;
 inline constexpr uint32_t k_fileAttributeDirectory = 0x10u;
 inline constexpr uint32_t k_fileAttributeNormal = 0x80u;
+// A search entry that is a symbolic link (its other bits describe the target).
+inline constexpr uint32_t k_fileAttributeReparsePoint = 0x400u;
 inline constexpr uint32_t k_fileFlagDeleteOnClose = 0x04000000u;
 inline constexpr uint32_t k_fileFlagSequentialScan = 0x08000000u;
 inline constexpr uint32_t k_invalidFileAttributes = 0xFFFFFFFFu;
@@ -162,7 +164,13 @@ bool GetFileAttributesExW(const wchar_t* path, size_t len, FileAttributeData& da
 // ?, matched without regard to case). Entries come in name order, "." and ".." included where the
 // pattern matches them. Returns null with the last error set (k_errorFileNotFound when nothing
 // matches).
-FindHandle FindFirstFileExW(const wchar_t* pattern, size_t len, FindData& data);
+// NamesAndKinds fills the name and, of the attributes, only the directory bit (k_fileAttributeNormal
+// otherwise), taken from the directory entry's type, so that walks cost no status query per entry
+// (a link is still followed with one). Times and size stay 0. A name that is not valid UTF-8 is
+// skipped and counted (GetSkippedNameCount), at both levels.
+enum class FindInfoLevel { Standard, NamesAndKinds };
+FindHandle FindFirstFileExW(const wchar_t* pattern, size_t len, FindData& data,
+                            FindInfoLevel level = FindInfoLevel::Standard);
 // The next entry; false with k_errorNoMoreFiles (18) at the end.
 bool FindNextFileW(FindHandle find, FindData& data);
 // Ends a search; null is accepted.

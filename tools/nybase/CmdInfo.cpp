@@ -1,4 +1,6 @@
-// nybase info: format, length, markers, loop, hash and ADM metadata of WAV files.
+// nybase info: format, length, markers, loop, hash and ADM metadata of WAV files, or with -r a
+// catalogue of every WAV file under folders.
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
@@ -10,6 +12,7 @@
 
 #include "AdmSummary.h"
 #include "AudioInput.h"
+#include "Catalogue.h"
 #include "Commands.h"
 #include "Json.h"
 #include "Runner.h"
@@ -177,15 +180,53 @@ std::string AsJson(const std::string& file, const NyAudioFileReader& r, const st
 const CommandSpec& InfoSpec() {
   static const CommandSpec cmdSpec{
       "info",
-      "FILE... [--json] [-j N]",
+      "FILE... [--json] [-j N] | -r DIR... [--json] [-j N]",
       "show the format, length, markers, loop, hash and ADM objects of WAV files",
-      "Prints one block per file (or one JSON object per line with --json), in the order given.",
-      {k_jsonOption, k_jobsOption},
-      "  nybase info take1.wav take2.wav\n  nybase info --json *.wav > info.jsonl",
+      "Prints one block per file (or one JSON object per line with --json), in the order given.\n"
+      "With -r, catalogues every .wav file under the folders instead: one line (or one JSON object)\n"
+      "per file, sorted by path, then a summary of the files, their total duration, their formats\n"
+      "and the files that could not be read, with the reasons. Only headers and chunks are read,\n"
+      "never the samples.",
+      {k_jsonOption, k_jobsOption, {"recursive", 'r', nullptr, "catalogue the WAV files under folders"}},
+      "  nybase info take1.wav take2.wav\n  nybase info --json *.wav > info.jsonl\n"
+      "  nybase info -r -j 4 ~/sounds > catalogue.txt",
       1,
       SIZE_MAX};
   return cmdSpec;
 }
+
+namespace {
+
+int RunCatalogue(const CommandSpec& cmdSpec, const std::vector<std::string>& folders, unsigned jobs, bool json) {
+  std::vector<std::string> errors;
+  uint64_t skippedNames = 0;
+  const std::vector<std::string> files = CollectWavFiles(folders, errors, skippedNames);
+  for (const std::string& e : errors) PrintError(cmdSpec, e);
+  std::vector<CatalogueEntry> entries(files.size());
+  // Each job writes only its own entry; they are read once every job has been joined.
+  RunInOrder(cmdSpec.name, files.size(), jobs, [&](size_t i, JobProgress&) {
+    std::string error;
+    std::vector<std::string> warnings;
+    const auto reader = OpenWav(files[i], error, &warnings);
+    if (!reader) {
+      entries[i].error = error;
+      FileOutcome failed = FailedFile(files[i], error, json);
+      // Every file has its line in the catalogue, the unreadable ones too.
+      if (!json) failed.out = files[i] + "  unreadable: " + error + "\n";
+      return failed;
+    }
+    entries[i] = Describe(*reader);
+    return FileOutcome{json ? AsJson(files[i], *reader, warnings) : CatalogueLine(files[i], *reader, entries[i]), {}, true};
+  });
+  const std::string summary =
+      json ? SummaryJson(files, entries, skippedNames) : SummaryText(files, entries, skippedNames);
+  std::fwrite(summary.data(), 1, summary.size(), stdout);
+  std::fflush(stdout);
+  const bool allRead = std::all_of(entries.begin(), entries.end(), [](const CatalogueEntry& e) { return e.ok; });
+  return errors.empty() && allRead ? k_exitOk : k_exitFailure;
+}
+
+}  // namespace
 
 int RunInfo(int argc, char** argv) {
   const CommandSpec& cmdSpec = InfoSpec();
@@ -196,6 +237,7 @@ int RunInfo(int argc, char** argv) {
   if (!ParseJobs(args, jobs)) return UsageError(cmdSpec, "-j needs a number of jobs from 1 to 1024");
   const bool json = args.Has("json");
   const auto& files = args.Positional();
+  if (args.Has("recursive")) return RunCatalogue(cmdSpec, files, jobs, json);
   const size_t failed = RunInOrder(cmdSpec.name, files.size(), jobs, [&](size_t i, JobProgress&) {
     std::string error;
     std::vector<std::string> warnings;

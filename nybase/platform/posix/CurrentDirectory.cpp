@@ -32,4 +32,14 @@ bool GetCurrentDirectoryW(std::wstring& dir) {
   return true;
 }
 
+bool SetCurrentDirectoryW(const wchar_t* dir, size_t len) {
+  std::string native;
+  if (!ToNativePath(dir, len, native)) return false;
+  if (::chdir(native.c_str()) != 0) {
+    SetLastErrorFromErrno(errno);
+    return false;
+  }
+  return true;
+}
+
 }  // namespace lu::platform

@@ -2,6 +2,7 @@
 // stdio streams, futimens/statx times and an opendir search with Windows wildcards.
 #include <dirent.h>
 #include <fcntl.h>
+#include <nybase/platform/DirectoryApi.h>
 #include <nybase/platform/FileApi.h>
 #include <nybase/platform/LastError.h>
 #include <nybase/platform/NativePath.h>
@@ -588,6 +589,9 @@ bool GetFileAttributesExW(const wchar_t* path, size_t len, FileAttributeData& da
 struct FindState {
   std::string directory;           // native directory of the entries ("." for the current one)
   std::vector<std::string> names;  // matching entries, in order
+  std::vector<unsigned char> types;  // their directory entry types (DT_UNKNOWN when not listed)
+  std::vector<std::wstring> wideNames;  // their UTF-16 forms, when the listing made them
+  FindInfoLevel level = FindInfoLevel::Standard;
   size_t next = 0;
 };
 
@@ -631,7 +635,49 @@ bool OrderNames(const std::wstring& a, const std::wstring& b) {
   return a.size() < b.size();
 }
 
-bool FillFindData(const FindState& state, const std::string& name, FindData& data) {
+void CopyWide(const std::wstring& wide, FindData& data) {
+  const size_t count = std::min(wide.size(), sizeof data.fileName / sizeof data.fileName[0] - 1);
+  std::copy(wide.begin(), wide.begin() + static_cast<std::ptrdiff_t>(count), data.fileName);
+  data.fileName[count] = 0;
+}
+
+void CopyName(const std::string& name, FindData& data) {
+  const std::wstring wide = Utf8ToUtf16(name.data(), name.size());
+  const size_t count = std::min(wide.size(), sizeof data.fileName / sizeof data.fileName[0] - 1);
+  std::copy(wide.begin(), wide.begin() + static_cast<std::ptrdiff_t>(count), data.fileName);
+  data.fileName[count] = 0;
+}
+
+// The kind from the directory entry alone; links and unknown types take one stat (following the
+// link, as the standard level does). False when the entry vanished.
+bool FillKind(const FindState& state, const std::string& name, unsigned char type, const std::wstring* wide,
+              FindData& data) {
+  data = FindData{};
+  bool directory = type == DT_DIR;
+  bool link = type == DT_LNK;
+  if (type == DT_UNKNOWN || type == DT_LNK) {
+    const std::string full = state.directory + "/" + name;
+    struct stat st;
+    if (type == DT_UNKNOWN) {
+      if (::lstat(full.c_str(), &st) != 0) return false;
+      link = S_ISLNK(st.st_mode);
+    }
+    if (link || type == DT_UNKNOWN) {
+      if (::stat(full.c_str(), &st) != 0 && ::lstat(full.c_str(), &st) != 0) return false;
+    }
+    directory = S_ISDIR(st.st_mode);
+  }
+  data.attributes = directory ? k_fileAttributeDirectory : k_fileAttributeNormal;
+  if (link) data.attributes |= k_fileAttributeReparsePoint;
+  if (wide) {
+    CopyWide(*wide, data);
+  } else {
+    CopyName(name, data);
+  }
+  return true;
+}
+
+bool FillFindData(const FindState& state, const std::string& name, unsigned char type, FindData& data) {
   const std::string full = state.directory + "/" + name;
   struct stat st;
   if (::stat(full.c_str(), &st) != 0 && ::lstat(full.c_str(), &st) != 0) return false;
@@ -641,17 +687,20 @@ bool FillFindData(const FindState& state, const std::string& name, FindData& dat
   data.lastAccessTime = ToFileTime(st.st_atim);
   data.lastWriteTime = ToFileTime(st.st_mtim);
   data.fileSize = S_ISDIR(st.st_mode) ? 0 : static_cast<uint64_t>(st.st_size);
-  const std::wstring wide = Utf8ToUtf16(name.data(), name.size());
-  const size_t count = std::min(wide.size(), sizeof data.fileName / sizeof data.fileName[0] - 1);
-  std::copy(wide.begin(), wide.begin() + static_cast<std::ptrdiff_t>(count), data.fileName);
-  data.fileName[count] = 0;
+  if (type == DT_LNK) data.attributes |= k_fileAttributeReparsePoint;
+  CopyName(name, data);
   return true;
 }
 
 // Hands out the next entry that can still be described (one removed meanwhile is skipped).
 bool NextEntry(FindState& state, FindData& data) {
   while (state.next < state.names.size()) {
-    if (FillFindData(state, state.names[state.next++], data)) return true;
+    const size_t i = state.next++;
+    const bool filled = state.level == FindInfoLevel::NamesAndKinds
+                            ? FillKind(state, state.names[i], state.types[i],
+                                       i < state.wideNames.size() ? &state.wideNames[i] : nullptr, data)
+                            : FillFindData(state, state.names[i], state.types[i], data);
+    if (filled) return true;
   }
   SetLastError(k_errorNoMoreFiles);
   return false;
@@ -659,7 +708,7 @@ bool NextEntry(FindState& state, FindData& data) {
 
 }  // namespace
 
-FindHandle FindFirstFileExW(const wchar_t* pattern, size_t len, FindData& data) {
+FindHandle FindFirstFileExW(const wchar_t* pattern, size_t len, FindData& data, FindInfoLevel level) {
   std::string native;
   if (!ToNativePath(pattern, len, native)) return nullptr;
   const size_t slash = native.find_last_of('/');
@@ -677,12 +726,14 @@ FindHandle FindFirstFileExW(const wchar_t* pattern, size_t len, FindData& data) 
   }
   auto state = std::make_unique<FindState>();
   state->directory = dir;
+  state->level = level;
   if (last.find_first_of("*?") == std::string::npos) {
     if (HasForbiddenChar(last)) {
       SetLastError(k_errorInvalidName);
       return nullptr;
     }
     state->names.push_back(last);
+    state->types.push_back(DT_UNKNOWN);
   } else {
     DIR* d = ::opendir(dir.c_str());
     if (d == nullptr) {
@@ -691,15 +742,31 @@ FindHandle FindFirstFileExW(const wchar_t* pattern, size_t len, FindData& data) 
       return nullptr;
     }
     const std::wstring wpattern = Utf8ToUtf16(last.data(), last.size());
-    std::vector<std::pair<std::wstring, std::string>> found;
+    struct Found {
+      std::wstring wide;
+      std::string name;
+      unsigned char type;
+    };
+    std::vector<Found> found;
     while (dirent* e = ::readdir(d)) {
-      std::wstring wname = Utf8ToUtf16(e->d_name, std::strlen(e->d_name));
-      if (WildcardMatch(wpattern, wname)) found.emplace_back(std::move(wname), e->d_name);
+      const size_t n = std::strlen(e->d_name);
+      if (!IsValidUtf8Name(e->d_name, n)) {
+        CountSkippedName();
+        continue;
+      }
+      std::wstring wname = Utf8ToUtf16(e->d_name, n);
+      if (WildcardMatch(wpattern, wname)) found.push_back({std::move(wname), std::string(e->d_name, n), e->d_type});
     }
     ::closedir(d);
-    std::sort(found.begin(), found.end(),
-              [](const auto& a, const auto& b) { return OrderNames(a.first, b.first); });
-    for (auto& f : found) state->names.push_back(std::move(f.second));
+    std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) { return OrderNames(a.wide, b.wide); });
+    state->names.reserve(found.size());
+    state->types.reserve(found.size());
+    state->wideNames.reserve(found.size());
+    for (auto& f : found) {
+      state->names.push_back(std::move(f.name));
+      state->types.push_back(f.type);
+      state->wideNames.push_back(std::move(f.wide));
+    }
   }
   if (!NextEntry(*state, data)) {
     struct stat st;
