@@ -6,6 +6,7 @@
 
 #include "BenchSupport.h"
 
+#include <cstring>  // allegro.h uses memcpy without including it
 #include <portSMF/allegro.h>
 
 #include <cstdint>

@@ -12,6 +12,8 @@ using TrackCursor = NyMidiParseAt::TrackCursor;
 constexpr uint32_t k_over = NyMidiParseAt::k_trackOver;
 // The largest delta the stream's four-byte variable-length form can hold.
 constexpr uint32_t k_maxDelta = 0x0FFFFFFFu;
+// The tick of a track that has no next event.
+constexpr uint64_t k_noTime = ~uint64_t{0};
 // Room a written event needs: a delta of four bytes and the longest channel message, with margin.
 constexpr size_t k_eventRoom = 10;
 
@@ -22,7 +24,11 @@ bool IsChannelStatus(uint8_t status) { return status >= 0x80 && status < 0xF0; }
 
 // A variable-length number of at most four bytes from [p, end); p moves past what was read. A
 // fifth continuation, or bytes that run out, give k_over.
-uint32_t ReadVarLen(const uint8_t*& p, const uint8_t* end) {
+// The steps taken once per event, inlined into the loops that run them.
+#define NY_MIDI_HOT [[gnu::always_inline]] inline
+
+NY_MIDI_HOT uint32_t ReadVarLen(const uint8_t*& p, const uint8_t* end) {
+  if (p != end && *p < 0x80) return *p++;  // the common one-byte form
   uint32_t value = 0;
   for (int i = 0; i < 4; ++i) {
     if (p == end) return k_over;
@@ -45,16 +51,14 @@ bool PeekVarLen(const uint8_t* p, uint32_t& value, uint32_t& used) {
 }
 
 // Length in bytes of the event in a peek block, status included; 0 when it is invalid.
-uint64_t EventLength(const uint8_t (&peek)[6]) {
+NY_MIDI_HOT uint64_t EventLength(const uint8_t (&peek)[6]) {
+  // Channel messages by their high four bits, 0x80 to 0xE0.
+  static constexpr uint8_t k_channelLength[7] = {3, 3, 3, 3, 2, 2, 3};
   const uint8_t status = peek[0];
+  if (status < 0x80) return 0;
+  if (status < 0xF0) return (status & 0xF0) == 0xB0 && peek[1] >= 128 ? 0 : k_channelLength[(status >> 4) - 8];
   uint32_t value = 0;
   uint32_t used = 0;
-  switch (status & 0xF0) {
-    case 0x80: case 0x90: case 0xA0: case 0xE0: return 3;
-    case 0xB0: return peek[1] < 128 ? 3 : 0;
-    case 0xC0: case 0xD0: return 2;
-    default: break;
-  }
   if (status == 0xF0 || status == 0xF7) {
     return PeekVarLen(peek + 1, value, used) ? 1 + uint64_t{used} + value : 0;
   }
@@ -64,10 +68,19 @@ uint64_t EventLength(const uint8_t (&peek)[6]) {
 
 // Fills the peek block from the read pointer: six bytes, or the running status and five bytes
 // when the next byte is a data byte and a running status is set. Bytes past the end read as 0.
-void LoadPeek(TrackCursor& t) {
+NY_MIDI_HOT void LoadPeek(TrackCursor& t) {
   const size_t avail = static_cast<size_t>(t.end - t.read);
-  std::memset(t.peek, 0, sizeof t.peek);
   t.runningApplied = avail > 0 && t.read[0] < 0x80 && t.runningStatus != 0;
+  if (avail >= 6) {  // the common case, in fixed-size copies
+    if (t.runningApplied) {
+      t.peek[0] = t.runningStatus;
+      std::memcpy(t.peek + 1, t.read, 5);
+    } else {
+      std::memcpy(t.peek, t.read, 6);
+    }
+    return;
+  }
+  std::memset(t.peek, 0, sizeof t.peek);
   if (t.runningApplied) {
     t.peek[0] = t.runningStatus;
     std::memcpy(t.peek + 1, t.read, std::min<size_t>(5, avail));
@@ -84,7 +97,7 @@ bool Finish(TrackCursor& t, bool ok) {
 
 // Reads a delta and the event after it; a delta that cannot be read, or one with no event after
 // it, ends the track as malformed.
-bool ReadDeltaAndPeek(TrackCursor& t) {
+NY_MIDI_HOT bool ReadDeltaAndPeek(TrackCursor& t) {
   t.delta = ReadVarLen(t.read, t.end);
   if (t.delta == k_over || t.read == t.end) return Finish(t, false);
   LoadPeek(t);
@@ -99,7 +112,7 @@ bool StartTrack(TrackCursor& t) {
 
 // Moves past the event in the peek block and reads the next delta. A track that ends exactly
 // after an event is finished well; an invalid event or one that runs past the end is not.
-bool Advance(TrackCursor& t) {
+NY_MIDI_HOT bool Advance(TrackCursor& t) {
   uint64_t length = EventLength(t.peek);
   if (length == 0) return Finish(t, false);
   if (t.runningApplied) --length;
@@ -131,17 +144,18 @@ void WriteTempo(uint8_t* header, float bpm) {
 // floor(delta x scale + 0.5) + carry. The stream's deltas hold 28 bits, so a longer gap (only a
 // huge stretch or a long run of dropped events makes one) is cut to the largest, on purpose.
 uint32_t ScaledTime(uint32_t delta, double scale, uint32_t carry) {
+  if (scale == 1.0) return std::min(delta + carry, k_maxDelta);  // both below 2^28: no overflow
   const double scaled = std::floor(static_cast<double>(delta) * scale + 0.5);
   const uint64_t whole = scaled >= k_maxDelta ? k_maxDelta : static_cast<uint64_t>(std::max(scaled, 0.0));
   return static_cast<uint32_t>(std::min<uint64_t>(whole + carry, k_maxDelta));
 }
 
-struct HeldNote {
-  uint8_t note;
-  uint8_t channel;
-};
+// A sounding note in the note list: its channel in the high byte, its number in the low one.
+uint16_t NoteKey(uint8_t channel, uint8_t note) { return static_cast<uint16_t>((channel << 8) | note); }
 
 }  // namespace
+
+#undef NY_MIDI_HOT
 
 NyMidiParseAt::~NyMidiParseAt() = default;
 
@@ -196,31 +210,57 @@ bool NyMidiParseAt::Parse(const uint8_t* source, size_t size) {
 }
 
 bool NyMidiParseAt::StartTracks() {
-  for (TrackCursor& t : m_tracks) {
-    if (!StartTrack(t)) return false;
+  m_now = 0;
+  m_base = 0;
+  m_leaves = 1;
+  while (m_leaves < m_tracks.size()) m_leaves <<= 1;
+  m_tree.assign(2 * m_leaves, k_noTime);
+  for (uint32_t i = 0; i < m_tracks.size(); ++i) {
+    if (!StartTrack(m_tracks[i])) return false;
+    m_tree[m_leaves + i] = (uint64_t{m_tracks[i].delta} << 16) | i;
   }
+  for (size_t k = m_leaves - 1; k >= 1; --k) m_tree[k] = std::min(m_tree[2 * k], m_tree[2 * k + 1]);
   return true;
 }
 
-NyMidiParseAt::TrackCursor* NyMidiParseAt::NextTrack() {
-  TrackCursor* best = nullptr;
-  for (TrackCursor& t : m_tracks) {
-    if (t.delta != k_over && (best == nullptr || t.delta < best->delta)) best = &t;
-  }
-  return best;
+NyMidiParseAt::TrackCursor* NyMidiParseAt::TakeNext(uint32_t& delta) {
+  const uint64_t key = m_tree.size() > 1 ? m_tree[1] : k_noTime;
+  if (key == k_noTime) return nullptr;
+  m_taken = static_cast<uint32_t>(key & 0xFFFF);
+  const uint64_t time = m_base + (key >> 16);
+  // At most one track delta: every queued tick lies within one delta of the current one.
+  delta = static_cast<uint32_t>(time - m_now);
+  m_now = time;
+  return &m_tracks[m_taken];
 }
 
-void NyMidiParseAt::ElapseAll(uint32_t delta) {
-  for (TrackCursor& t : m_tracks) {
-    if (t.delta != k_over) t.delta -= delta;
+void NyMidiParseAt::Requeue(const TrackCursor& t) {
+  // Ticks stay below 2^48 in the keys: every live key lies within one delta (below 2^28) of the
+  // current tick, so moving the base up to it now and then keeps them all exact.
+  constexpr uint64_t k_rebaseAfter = uint64_t{1} << 46;
+  if (m_now - m_base >= k_rebaseAfter) {
+    const uint64_t shift = (m_now - m_base) << 16;
+    for (uint64_t& key : m_tree) key = key == k_noTime ? key : key - shift;
+    m_base = m_now;
+  }
+  size_t k = m_leaves + m_taken;
+  uint64_t key = t.delta == k_over ? k_noTime : ((m_now - m_base + t.delta) << 16) | m_taken;
+  m_tree[k] = key;
+  for (; k > 1; k >>= 1) {
+    key = std::min(key, m_tree[k ^ 1]);
+    m_tree[k >> 1] = key;
   }
 }
 
 bool NyMidiParseAt::Walk() {
-  if (!IsHeaderOk() || !StartTracks()) return false;
-  while (TrackCursor* t = NextTrack()) {
-    ElapseAll(t->delta);
-    if (!Advance(*t)) return false;
+  // Whether every track reads to its end does not depend on the order the tracks are stepped in,
+  // so the dry walk takes them one after the other: the same answer without the merge's cost.
+  if (!IsHeaderOk()) return false;
+  for (TrackCursor& t : m_tracks) {
+    if (!StartTrack(t)) return false;
+    while (t.delta != k_over) {
+      if (!Advance(t)) return false;
+    }
   }
   return true;
 }
@@ -248,9 +288,9 @@ bool NyMidiParseAt::Convert(uint8_t* buffer, size_t capacity) {
   uint32_t carry = 0;
   uint8_t lastStatus = 0;
   bool sustain[16] = {};
-  std::vector<HeldNote> notes;
-  while (TrackCursor* t = NextTrack()) {
-    const uint32_t delta = t->delta;
+  std::vector<uint16_t> notes;  // in order of arrival
+  uint32_t delta = 0;
+  while (TrackCursor* t = TakeNext(delta)) {
     const uint32_t scaled = ScaledTime(delta, scale, carry);
     const uint8_t* peek = t->peek;
     const uint8_t status = peek[0];
@@ -279,19 +319,17 @@ bool NyMidiParseAt::Convert(uint8_t* buffer, size_t capacity) {
         const uint8_t kind = status & 0xF0;
         const uint8_t channel = status & 0x0F;
         if (kind == 0x90 && peek[2] != 0) {
-          notes.push_back({peek[1], channel});
+          notes.push_back(NoteKey(channel, peek[1]));
         } else if (kind == 0x80 || kind == 0x90) {
-          const auto it = std::find_if(notes.begin(), notes.end(),
-                                       [&](const HeldNote& n) { return n.note == peek[1] && n.channel == channel; });
+          const auto it = std::find(notes.begin(), notes.end(), NoteKey(channel, peek[1]));
           if (it != notes.end()) notes.erase(it);
         } else if (kind == 0xB0 && (peek[1] == 120 || peek[1] == 123)) {
-          std::erase_if(notes, [&](const HeldNote& n) { return n.channel == channel; });
+          std::erase_if(notes, [&](uint16_t n) { return (n >> 8) == channel; });
         }
       }
     } else {
       carry = scaled;
     }
-    ElapseAll(delta);
     if (status == 0xFF && peek[1] == 0x51 && peek[2] == 3) {
       const uint32_t micros = (uint32_t{peek[3]} << 16) | (uint32_t{peek[4]} << 8) | peek[5];
       // A tempo of 0 microseconds per beat has no rate; it is passed over rather than divided by.
@@ -308,6 +346,7 @@ bool NyMidiParseAt::Convert(uint8_t* buffer, size_t capacity) {
     }
     if (isChannel && (status & 0xF0) == 0xB0 && peek[1] == 64) sustain[status & 0x0F] = peek[2] >= 64;
     if (!Advance(*t)) return false;
+    Requeue(*t);
   }
 
   // Pedals still down, then notes still sounding, are released at the time of the last event.
@@ -321,13 +360,14 @@ bool NyMidiParseAt::Convert(uint8_t* buffer, size_t capacity) {
     ++m_eventCount;
   }
   int lastChannel = -1;
-  for (const HeldNote& n : notes) {
+  for (const uint16_t n : notes) {
     if (capacity - pos < 4) return false;
+    const int channel = n >> 8;
     buffer[pos++] = 0;
-    if (n.channel != lastChannel) buffer[pos++] = static_cast<uint8_t>(0x80 | n.channel);
-    buffer[pos++] = n.note;
+    if (channel != lastChannel) buffer[pos++] = static_cast<uint8_t>(0x80 | channel);
+    buffer[pos++] = static_cast<uint8_t>(n & 0xFF);
     buffer[pos++] = 0;
-    lastChannel = n.channel;
+    lastChannel = channel;
     ++m_eventCount;
   }
   // A stream with no time in it still lasts one tick: a bare end-of-track (no length byte).

@@ -21,7 +21,7 @@ class NyMidiParseAt {
     const uint8_t* begin = nullptr;  // the first delta of the track
     const uint8_t* read = nullptr;   // the next event (after its delta)
     const uint8_t* end = nullptr;
-    uint32_t delta = k_trackOver;    // ticks until the next event; k_trackOver when finished
+    uint32_t delta = k_trackOver;    // ticks before the next event, as read; k_trackOver when finished
     uint8_t peek[6] = {};            // the next event, its status first even under running status
     uint8_t runningStatus = 0;
     bool runningApplied = false;     // peek[0] came from the running status, not from the data
@@ -80,12 +80,19 @@ class NyMidiParseAt {
   const uint8_t* GetConverted() const { return m_converted; }
 
  private:
-  // Puts every track cursor on its first event; false when one has no readable first event.
+  // The merge keeps each live track's next event as a key: its tick (counted from m_base) above
+  // 16 bits of track index. Taking the smallest key takes the earliest event, the lowest index on
+  // ties, which orders the tracks exactly as taking the smallest pending delta and subtracting it
+  // from every track would; a winner tree over the keys finds it in logarithmic rather than
+  // linear time per event.
+  // Puts every track cursor on its first event and queues it; false when one has no readable
+  // first event.
   bool StartTracks();
-  // The live track with the smallest pending delta, the lowest index on ties; null when none.
-  TrackCursor* NextTrack();
-  // Takes `delta` from every live track.
-  void ElapseAll(uint32_t delta);
+  // The track with the next event in merged order, and in `delta` the ticks since the event
+  // taken before it; null when every track is over.
+  TrackCursor* TakeNext(uint32_t& delta);
+  // After the track taken last has advanced: queues it at its next event, or drops it when over.
+  void Requeue(const TrackCursor& t);
 
   const uint8_t* m_source = nullptr;
   size_t m_sourceSize = 0;
@@ -97,6 +104,13 @@ class NyMidiParseAt {
   uint16_t m_trackCount = 0;
   uint16_t m_division = 0;
   std::vector<TrackCursor> m_tracks;
+  // Leaves from m_leaves on, one key per track (all ones when over); every node above holds the
+  // smaller of its two children, so the root is the next event.
+  std::vector<uint64_t> m_tree;
+  size_t m_leaves = 1;
+  uint64_t m_base = 0;
+  uint64_t m_now = 0;
+  uint32_t m_taken = 0;
   uint32_t m_totalTicks = 0;
   uint32_t m_eventCount = 0;
   uint32_t m_flags = 0;
