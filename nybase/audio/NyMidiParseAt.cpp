@@ -1,6 +1,7 @@
 // NyMidiParseAt: header and track rules, the dry walk, the merge into the flat stream and the
 // stream cursor.
 #include <nybase/audio/NyMidiParseAt.h>
+#include <nybase/audio/internal/MidiNoteList.h>
 
 #include <algorithm>
 #include <cmath>
@@ -150,8 +151,6 @@ uint32_t ScaledTime(uint32_t delta, double scale, uint32_t carry) {
   return static_cast<uint32_t>(std::min<uint64_t>(whole + carry, k_maxDelta));
 }
 
-// A sounding note in the note list: its channel in the high byte, its number in the low one.
-uint16_t NoteKey(uint8_t channel, uint8_t note) { return static_cast<uint16_t>((channel << 8) | note); }
 
 }  // namespace
 
@@ -288,7 +287,7 @@ bool NyMidiParseAt::Convert(uint8_t* buffer, size_t capacity) {
   uint32_t carry = 0;
   uint8_t lastStatus = 0;
   bool sustain[16] = {};
-  std::vector<uint16_t> notes;  // in order of arrival
+  nybase::audio::detail::MidiNoteList notes;
   uint32_t delta = 0;
   while (TrackCursor* t = TakeNext(delta)) {
     const uint32_t scaled = ScaledTime(delta, scale, carry);
@@ -319,12 +318,11 @@ bool NyMidiParseAt::Convert(uint8_t* buffer, size_t capacity) {
         const uint8_t kind = status & 0xF0;
         const uint8_t channel = status & 0x0F;
         if (kind == 0x90 && peek[2] != 0) {
-          notes.push_back(NoteKey(channel, peek[1]));
+          notes.Add(channel, peek[1]);
         } else if (kind == 0x80 || kind == 0x90) {
-          const auto it = std::find(notes.begin(), notes.end(), NoteKey(channel, peek[1]));
-          if (it != notes.end()) notes.erase(it);
+          notes.RemoveFirst(channel, peek[1]);
         } else if (kind == 0xB0 && (peek[1] == 120 || peek[1] == 123)) {
-          std::erase_if(notes, [&](uint16_t n) { return (n >> 8) == channel; });
+          notes.RemoveChannel(channel);
         }
       }
     } else {
@@ -360,16 +358,20 @@ bool NyMidiParseAt::Convert(uint8_t* buffer, size_t capacity) {
     ++m_eventCount;
   }
   int lastChannel = -1;
-  for (const uint16_t n : notes) {
-    if (capacity - pos < 4) return false;
-    const int channel = n >> 8;
+  bool roomLeft = true;
+  notes.ForEach([&](uint8_t channel, uint8_t note) {
+    if (!roomLeft || capacity - pos < 4) {
+      roomLeft = false;
+      return;
+    }
     buffer[pos++] = 0;
     if (channel != lastChannel) buffer[pos++] = static_cast<uint8_t>(0x80 | channel);
-    buffer[pos++] = static_cast<uint8_t>(n & 0xFF);
+    buffer[pos++] = note;
     buffer[pos++] = 0;
     lastChannel = channel;
     ++m_eventCount;
-  }
+  });
+  if (!roomLeft) return false;
   // A stream with no time in it still lasts one tick: a bare end-of-track (no length byte).
   if (m_totalTicks == 0) {
     if (capacity - pos < 3) return false;

@@ -183,14 +183,34 @@ TEST_F(MidiFileTest, EveryTruncationIsRefusedAsMalformed) {
   }
 }
 
-// mido writes a file with four tracks (running status, meta and system-exclusive events between
+// Two tracks of equal, maximal deltas for longer than 2^46 ticks: ties keep going to the lower
+// track however far the clock runs.
+TEST_F(MidiFileTest, OrderHoldsOverVeryLongFiles) {
+  constexpr uint32_t k_events = (1u << 18) + 64;
+  Bytes track = {0xFF, 0xFF, 0xFF, 0x7F, 0x90, 0x3C, 0x00};
+  for (uint32_t i = 1; i < k_events; ++i) track.insert(track.end(), {0xFF, 0xFF, 0xFF, 0x7F, 0x3C, 0x00});
+  Bytes second = track;
+  second[4] = 0x91;
+  NyMidiFile midi;
+  ASSERT_EQ(midi.Open(Write(Smf(1, 2, 96, {track, second}))), NYRESULT_SUCCESS);
+  ASSERT_EQ(midi.Validate(), NYRESULT_SUCCESS);
+  std::vector<NyMidiFile::NyMidiFileEvent> events;
+  ASSERT_EQ(midi.GetEvents(events), NYRESULT_SUCCESS);
+  ASSERT_EQ(events.size(), 2 * k_events);
+  for (size_t i = 0; i < events.size(); ++i) {
+    ASSERT_EQ(events[i].channel, i % 2) << i;
+    ASSERT_EQ(events[i].deltaTime, i % 2 == 0 ? 0x0FFFFFFFu : 0u) << i;
+  }
+}
+
+// mido writes a file with six tracks (running status, meta and system-exclusive events between
 // channel events, a tempo halving at tick 960) and reports its merged channel events; ours must
 // match them in order, with absolute times stretched twofold after the tempo change.
 const char k_midoScript[] = R"(
 import random, sys, mido
 random.seed(int(sys.argv[2]))
 f = mido.MidiFile(type=1, ticks_per_beat=96)
-for n in range(4):
+for n in range(6):
     t = mido.MidiTrack(); f.tracks.append(t)
     if n == 0:
         t.append(mido.MetaMessage('set_tempo', tempo=500000, time=0))
