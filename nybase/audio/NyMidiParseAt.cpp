@@ -151,7 +151,6 @@ uint32_t ScaledTime(uint32_t delta, double scale, uint32_t carry) {
   return static_cast<uint32_t>(std::min<uint64_t>(whole + carry, k_maxDelta));
 }
 
-
 }  // namespace
 
 #undef NY_MIDI_HOT

@@ -85,6 +85,7 @@ class NyMidiParseAt {
   // ties, which orders the tracks exactly as taking the smallest pending delta and subtracting it
   // from every track would; a winner tree over the keys finds it in logarithmic rather than
   // linear time per event.
+
   // Puts every track cursor on its first event and queues it; false when one has no readable
   // first event.
   bool StartTracks();
