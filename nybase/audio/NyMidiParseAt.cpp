@@ -221,7 +221,8 @@ bool NyMidiParseAt::StartTracks() {
   return true;
 }
 
-NyMidiParseAt::TrackCursor* NyMidiParseAt::TakeNext(uint32_t& delta) {
+// Inline: taken once per event, and only in this file.
+inline NyMidiParseAt::TrackCursor* NyMidiParseAt::TakeNext(uint32_t& delta) {
   const uint64_t key = m_tree.size() > 1 ? m_tree[1] : k_noTime;
   if (key == k_noTime) return nullptr;
   m_taken = static_cast<uint32_t>(key & 0xFFFF);
@@ -232,7 +233,7 @@ NyMidiParseAt::TrackCursor* NyMidiParseAt::TakeNext(uint32_t& delta) {
   return &m_tracks[m_taken];
 }
 
-void NyMidiParseAt::Requeue(const TrackCursor& t) {
+inline void NyMidiParseAt::Requeue(const TrackCursor& t) {
   // Ticks stay below 2^48 in the keys: every live key lies within one delta (below 2^28) of the
   // current tick, so moving the base up to it now and then keeps them all exact.
   constexpr uint64_t k_rebaseAfter = uint64_t{1} << 46;
