@@ -92,7 +92,8 @@ bool WriteFile() {
     std::vector<uint8_t> track = MakeTrack(t);
     if (t == 0) track.insert(track.begin(), {0x00, 0xFF, 0x51, 0x03, 0x07, 0xA1, 0x20});
     const auto n = uint32_t(track.size());
-    file.insert(file.end(), {'M', 'T', 'r', 'k', uint8_t(n >> 24), uint8_t(n >> 16), uint8_t(n >> 8), uint8_t(n)});
+    file.insert(file.end(),
+                {'M', 'T', 'r', 'k', uint8_t(n >> 24), uint8_t(n >> 16), uint8_t(n >> 8), uint8_t(n)});
     file.insert(file.end(), track.begin(), track.end());
   }
   g_fileSize = file.size();

@@ -128,7 +128,8 @@ NYRESULT NyMidiFile::Convert(const lu::Path& path) {
   const CStdStr<wchar_t> directory = path.GetParent();
   if (!directory.empty()) lu::platform::CreateDirectoryChain(directory.c_str(), directory.size());
   lu::File out;
-  if (out.Open(path, NyOpenModeWriteOverwrite, NyFileFlagExclusive) != NYRESULT_SUCCESS) return NYRESULT_FAILURE;
+  if (out.Open(path, NyOpenModeWriteOverwrite, NyFileFlagExclusive) != NYRESULT_SUCCESS)
+    return NYRESULT_FAILURE;
   bool ok = true;
   for (size_t done = 0; ok && done < streamSize;) {
     const size_t n = std::min(streamSize - done, k_ioBlock);

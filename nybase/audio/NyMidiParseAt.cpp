@@ -57,7 +57,8 @@ NY_MIDI_HOT uint64_t EventLength(const uint8_t (&peek)[6]) {
   static constexpr uint8_t k_channelLength[7] = {3, 3, 3, 3, 2, 2, 3};
   const uint8_t status = peek[0];
   if (status < 0x80) return 0;
-  if (status < 0xF0) return (status & 0xF0) == 0xB0 && peek[1] >= 128 ? 0 : k_channelLength[(status >> 4) - 8];
+  if (status < 0xF0)
+    return (status & 0xF0) == 0xB0 && peek[1] >= 128 ? 0 : k_channelLength[(status >> 4) - 8];
   uint32_t value = 0;
   uint32_t used = 0;
   if (status == 0xF0 || status == 0xF7) {
@@ -270,7 +271,8 @@ bool NyMidiParseAt::Convert(uint8_t* buffer, size_t capacity) {
   m_convertedSize = 0;
   m_stream = TrackCursor();
   if (!IsHeaderOk() || buffer == nullptr) return false;
-  const size_t tracksSpan = m_tracks.empty() ? 0 : static_cast<size_t>(m_tracks.back().end - m_tracks.front().begin);
+  const size_t tracksSpan =
+      m_tracks.empty() ? 0 : static_cast<size_t>(m_tracks.back().end - m_tracks.front().begin);
   if (capacity < tracksSpan + 2 || capacity < 6) return false;
 
   size_t pos = 0;

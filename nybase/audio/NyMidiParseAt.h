@@ -21,10 +21,10 @@ class NyMidiParseAt {
     const uint8_t* begin = nullptr;  // the first delta of the track
     const uint8_t* read = nullptr;   // the next event (after its delta)
     const uint8_t* end = nullptr;
-    uint32_t delta = k_trackOver;    // ticks before the next event, as read; k_trackOver when finished
-    uint8_t peek[6] = {};            // the next event, its status first even under running status
+    uint32_t delta = k_trackOver;  // ticks before the next event, as read; k_trackOver when finished
+    uint8_t peek[6] = {};          // the next event, its status first even under running status
     uint8_t runningStatus = 0;
-    bool runningApplied = false;     // peek[0] came from the running status, not from the data
+    bool runningApplied = false;  // peek[0] came from the running status, not from the data
   };
 
   // The pending delta of a finished track, and the value of a delta that could not be read.

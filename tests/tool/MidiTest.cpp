@@ -16,10 +16,10 @@ using nytest::Quote;
 using nytest::RunTool;
 
 // One track at 96 ticks per beat, tempo 100 bpm: a note of one beat and a program change.
-const std::vector<uint8_t> k_song = {
-    'M', 'T', 'h', 'd', 0, 0, 0, 6, 0, 0, 0, 1, 0, 96, 'M', 'T', 'r', 'k', 0, 0, 0, 21,
-    0x00, 0xFF, 0x51, 0x03, 0x09, 0x27, 0xC0, 0x00, 0x90, 0x3C, 0x40, 0x60, 0x3C, 0x00, 0x00, 0xC3, 0x05,
-    0x00, 0xFF, 0x2F, 0x00};
+const std::vector<uint8_t> k_song = {'M',  'T',  'h',  'd',  0,    0,    0,    6,    0,    0,    0,
+                                     1,    0,    96,   'M',  'T',  'r',  'k',  0,    0,    0,    21,
+                                     0x00, 0xFF, 0x51, 0x03, 0x09, 0x27, 0xC0, 0x00, 0x90, 0x3C, 0x40,
+                                     0x60, 0x3C, 0x00, 0x00, 0xC3, 0x05, 0x00, 0xFF, 0x2F, 0x00};
 
 TEST(ToolMidi, SummariesEventsAndErrors) {
   nytest::TempDir dir;
@@ -63,8 +63,8 @@ TEST(ToolMidi, ConvertWritesTheFlatStream) {
   const std::string out = dir.Native("out/song.nym");
   const auto r = RunTool("midi " + Quote(dir.Native("song.mid")) + " --convert " + Quote(out));
   ASSERT_EQ(r.exitCode, 0) << r.err;
-  const std::vector<uint8_t> stream = {0x00, 0x60, 0x00, 0x00, 0xC8, 0x42, 0x00, 0x90, 0x3C, 0x40, 0x60,
-                                       0x3C, 0x00, 0x00, 0xC3, 0x05, 0x00, 0xFF, 0x2F, 0x00};
+  const std::vector<uint8_t> stream = {0x00, 0x60, 0x00, 0x00, 0xC8, 0x42, 0x00, 0x90, 0x3C, 0x40,
+                                       0x60, 0x3C, 0x00, 0x00, 0xC3, 0x05, 0x00, 0xFF, 0x2F, 0x00};
   EXPECT_EQ(nytest::ReadFileBytes(out), stream);
   EXPECT_EQ(RunTool("midi a.mid b.mid --convert x").exitCode, 2);
 }

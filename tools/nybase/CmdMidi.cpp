@@ -26,22 +26,32 @@ struct Summary {
 
 const char* TypeName(uint8_t type, uint8_t data1) {
   switch (type) {
-    case 0x80: return "note-off";
-    case 0x90: return "note-on";
-    case 0xA0: return "key-pressure";
-    case 0xB0: return "controller";
-    case 0xC0: return "program";
-    case 0xD0: return "channel-pressure";
-    case 0xE0: return "pitch-bend";
-    case 0xFF: return data1 == 0x2F ? "end-of-track" : "meta";
-    default: return "other";
+    case 0x80:
+      return "note-off";
+    case 0x90:
+      return "note-on";
+    case 0xA0:
+      return "key-pressure";
+    case 0xB0:
+      return "controller";
+    case 0xC0:
+      return "program";
+    case 0xD0:
+      return "channel-pressure";
+    case 0xE0:
+      return "pitch-bend";
+    case 0xFF:
+      return data1 == 0x2F ? "end-of-track" : "meta";
+    default:
+      return "other";
   }
 }
 
 // Why Validate refused a file, in words.
 std::string Refusal(const std::string& file, uint32_t lastError) {
   if (lastError == NyMidiFile::LastError_LoadFailed) return "could not be read";
-  if (lastError == NyMidiFile::LastError_ZeroDivision) return "not a usable MIDI file (division of 0 ticks per beat)";
+  if (lastError == NyMidiFile::LastError_ZeroDivision)
+    return "not a usable MIDI file (division of 0 ticks per beat)";
   char magic[4] = {};
   std::ifstream in(file, std::ios::binary);
   if (!in.read(magic, 4) || std::string(magic, 4) != "MThd") return "not a MIDI file (no MThd header)";
@@ -52,15 +62,17 @@ std::string AsText(const std::string& file, const Summary& s) {
   char line[160];
   std::string out = file + "\n";
   std::snprintf(line, sizeof line,
-                "  valid     yes\n  tempo     %.3f bpm\n  division  %" PRIu32 " ticks per beat\n"
+                "  valid     yes\n  tempo     %.3f bpm\n  division  %" PRIu32
+                " ticks per beat\n"
                 "  events    %" PRIu32 "\n  ticks     %" PRIu32 "\n  duration  %.3f s\n",
                 s.info.tempo, s.info.division, s.info.numEvents, s.info.totalTicks, s.duration);
   out += line;
-  if (!s.convertedTo.empty()) out += "  converted " + s.convertedTo + " (" + std::to_string(s.convertedBytes) + " bytes)\n";
+  if (!s.convertedTo.empty())
+    out += "  converted " + s.convertedTo + " (" + std::to_string(s.convertedBytes) + " bytes)\n";
   if (!s.events.empty()) out += "      delta  type              ch  data\n";
   for (const auto& e : s.events) {
-    std::snprintf(line, sizeof line, "  %9" PRIu32 "  %-16s  %2u  %3u %3u\n", e.deltaTime, TypeName(e.eventType, e.data1),
-                  unsigned{e.channel}, unsigned{e.data1}, unsigned{e.data2});
+    std::snprintf(line, sizeof line, "  %9" PRIu32 "  %-16s  %2u  %3u %3u\n", e.deltaTime,
+                  TypeName(e.eventType, e.data1), unsigned{e.channel}, unsigned{e.data1}, unsigned{e.data2});
     out += line;
   }
   return out;
@@ -68,17 +80,30 @@ std::string AsText(const std::string& file, const Summary& s) {
 
 std::string AsJson(const std::string& file, const Summary& s, bool withEvents) {
   Json j;
-  j.BeginObject().Field("file", file).Field("ok", true).Field("valid", s.info.valid).Field("tempo", s.info.tempo)
-      .Field("division", s.info.division).Field("eventCount", s.info.numEvents).Field("ticks", s.info.totalTicks)
+  j.BeginObject()
+      .Field("file", file)
+      .Field("ok", true)
+      .Field("valid", s.info.valid)
+      .Field("tempo", s.info.tempo)
+      .Field("division", s.info.division)
+      .Field("eventCount", s.info.numEvents)
+      .Field("ticks", s.info.totalTicks)
       .Field("duration", s.duration);
   if (!s.convertedTo.empty()) {
-    j.Key("converted").BeginObject().Field("path", s.convertedTo).Field("bytes", s.convertedBytes).EndObject();
+    j.Key("converted")
+        .BeginObject()
+        .Field("path", s.convertedTo)
+        .Field("bytes", s.convertedBytes)
+        .EndObject();
   }
   if (withEvents) {
     j.Key("events").BeginArray();
     for (const auto& e : s.events) {
-      j.BeginObject().Field("delta", e.deltaTime).Field("type", std::string(TypeName(e.eventType, e.data1)))
-          .Field("status", unsigned{e.eventType}).Field("channel", unsigned{e.channel});
+      j.BeginObject()
+          .Field("delta", e.deltaTime)
+          .Field("type", std::string(TypeName(e.eventType, e.data1)))
+          .Field("status", unsigned{e.eventType})
+          .Field("channel", unsigned{e.channel});
       j.Key("data").BeginArray().UInt(e.data1).UInt(e.data2).EndArray().EndObject();
     }
     j.EndArray();
@@ -95,7 +120,9 @@ std::string Inspect(const std::string& file, bool withEvents, Summary& s) {
   if (midi.Open(ToLibraryPath(file)) != NYRESULT_SUCCESS) return "cannot be opened";
   if (midi.Validate() != NYRESULT_SUCCESS) return Refusal(file, midi.GetLastError());
   midi.GetMidiInfo(s.info);
-  s.duration = s.info.division == 0 || s.info.tempo <= 0 ? 0.0 : s.info.totalTicks * 60.0 / (s.info.division * s.info.tempo);
+  s.duration = s.info.division == 0 || s.info.tempo <= 0
+                   ? 0.0
+                   : s.info.totalTicks * 60.0 / (s.info.division * s.info.tempo);
   if (withEvents && midi.GetEvents(s.events) != NYRESULT_SUCCESS) return "its events could not be read";
   return {};
 }
@@ -105,7 +132,8 @@ std::string Inspect(const std::string& file, bool withEvents, Summary& s) {
 std::string WriteStream(const std::string& file, const std::string& out, Summary& s) {
   NyMidiFile midi;
   if (midi.Open(ToLibraryPath(file)) != NYRESULT_SUCCESS) return "cannot be opened";
-  if (midi.Convert(ToLibraryPath(out)) != NYRESULT_SUCCESS) return "could not write the converted stream to " + out;
+  if (midi.Convert(ToLibraryPath(out)) != NYRESULT_SUCCESS)
+    return "could not write the converted stream to " + out;
   std::ifstream written(out, std::ios::binary | std::ios::ate);
   s.convertedTo = out;
   s.convertedBytes = written ? static_cast<unsigned long long>(written.tellg()) : 0;
@@ -144,7 +172,8 @@ int RunMidi(int argc, char** argv) {
   unsigned jobs = 0;
   if (!ParseJobs(args, jobs)) return UsageError(cmdSpec, "-j needs a number of jobs from 1 to 1024");
   const auto convertTo = args.Value("convert");
-  if (convertTo && args.Positional().size() != 1) return UsageError(cmdSpec, "--convert takes exactly one FILE");
+  if (convertTo && args.Positional().size() != 1)
+    return UsageError(cmdSpec, "--convert takes exactly one FILE");
   if (convertTo && convertTo->empty()) return UsageError(cmdSpec, "--convert needs an output file");
   const bool json = args.Has("json");
   const bool withEvents = args.Has("events");
