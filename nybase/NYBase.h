@@ -17,6 +17,7 @@
 // Platform services.
 #include <nybase/platform/CurrentDirectory.h>
 #include <nybase/platform/DirectoryApi.h>
+#include <nybase/platform/DirectoryChain.h>
 #include <nybase/platform/FileApi.h>
 #include <nybase/platform/FileMapping.h>
 #include <nybase/platform/FullPathName.h>
@@ -101,6 +102,9 @@
 #include <nybase/audio/NyHashChunk.h>
 #include <nybase/audio/NyJunkChunk.h>
 #include <nybase/audio/NyListChunk.h>
+#include <nybase/audio/NyMidiFile.h>
+#include <nybase/audio/NyMidiParseAt.h>
+#include <nybase/audio/NyMidiRecords.h>
 #include <nybase/audio/NyRiffChunk.h>
 #include <nybase/audio/NySmplChunk.h>
 #include <nybase/audio/NyWAVStructs.h>

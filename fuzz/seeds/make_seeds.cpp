@@ -1,6 +1,7 @@
 // Seed corpus generator for the fuzz targets: writes small valid files of every WAV layout the
 // library reads (RIFF/RF64/BW64/RIFX, every fmt form, cue/LIST/smpl/hash/junk/axml/chna, odd
-// sizes and orders) and XML documents, one folder per target, so mutation starts from real shapes.
+// sizes and orders), XML documents and standard MIDI files, one folder per target, so mutation
+// starts from real shapes.
 // Usage: make_seeds OUT_DIR   (creates OUT_DIR/<target>/ for every target it knows)
 // Standalone on purpose: the seeds must not depend on the code they are used to test.
 #include <sys/stat.h>
@@ -476,6 +477,53 @@ std::vector<std::string> Utf8Texts() {
 
 }  // namespace
 
+// Standard MIDI files: header (big-endian fields) and track chunks, with the shapes the reader
+// distinguishes: several tracks, running status, tempo changes, sysex with long lengths, meta
+// events, held notes and pedals, a foreign chunk, a format 0 file.
+Bytes MidiChunk(const char* id, const Bytes& body) {
+  Bytes b;
+  Id(b, id);
+  const auto n = static_cast<uint32_t>(body.size());
+  for (int shift : {24, 16, 8, 0}) b.push_back(uint8_t(n >> shift));
+  Append(b, body);
+  return b;
+}
+
+Bytes Midi(uint16_t format, uint16_t division, std::initializer_list<Bytes> chunks) {
+  const auto count = static_cast<uint16_t>(chunks.size());
+  Bytes b = MidiChunk("MThd", {uint8_t(format >> 8), uint8_t(format), uint8_t(count >> 8), uint8_t(count),
+                               uint8_t(division >> 8), uint8_t(division)});
+  for (const Bytes& c : chunks) Append(b, c);
+  return b;
+}
+
+std::vector<std::pair<std::string, Bytes>> MidiSeeds() {
+  const Bytes eot = {0x00, 0xFF, 0x2F, 0x00};
+  const Bytes tempo = {0x00, 0xFF, 0x51, 0x03, 0x07, 0xA1, 0x20};
+  const Bytes slower = {0x10, 0xFF, 0x51, 0x03, 0x0F, 0x42, 0x40};
+  Bytes sysex = {0x05, 0xF0, 0x81, 0x00};
+  sysex.insert(sysex.end(), 127, 0x11);
+  sysex.push_back(0xF7);
+  Bytes notes = {0x00, 0x90, 0x3C, 0x40, 0x00, 0x40, 0x40, 0x60, 0x3C, 0x00, 0x00, 0x80, 0x40, 0x00,
+                 0x00, 0xB1, 0x40, 0x7F, 0x00, 0x07, 0x64, 0x81, 0x00, 0xC2, 0x05, 0x00, 0xE3, 0x00, 0x40,
+                 0x00, 0xD4, 0x20, 0x00, 0xA5, 0x3C, 0x10, 0x00, 0xFF, 0x01, 0x03, 'a', 'b', 'c',
+                 0x8F, 0xFF, 0xFF, 0x7F, 0x96, 0x3E, 0x50, 0x00, 0xB6, 0x7B, 0x00};
+  Bytes track1 = tempo;
+  Append(track1, notes);
+  Append(track1, eot);
+  Bytes track2 = slower;
+  Append(track2, sysex);
+  Append(track2, {0x00, 0xF7, 0x02, 0x01, 0x02, 0x03, 0x91, 0x30, 0x30, 0x00, 0xB1, 0x40, 0x7F});
+  Append(track2, eot);
+  return {
+      {"two_tracks.mid", Midi(1, 96, {MidiChunk("MTrk", track1), MidiChunk("MTrk", track2)})},
+      {"format0.mid", Midi(0, 480, {MidiChunk("MTrk", track1)})},
+      {"foreign_chunk.mid", Midi(1, 96, {MidiChunk("XFIH", Text("info")), MidiChunk("MTrk", {}),
+                                         MidiChunk("MTrk", track2)})},
+      {"no_time.mid", Midi(1, 96, {MidiChunk("MTrk", {0x00, 0xC0, 0x05, 0x00, 0xFF, 0x01, 0x00})})},
+  };
+}
+
 int main(int argc, char** argv) {
   if (argc != 2) {
     std::fprintf(stderr, "usage: make_seeds OUT_DIR\n");
@@ -511,6 +559,8 @@ int main(int argc, char** argv) {
       Save("adm", "axml_chna_" + std::to_string(n) + "_" + std::to_string(order) + ".bin", b);
     }
   }
+  MakeFolder(g_out + "/midi");
+  for (const auto& [name, bytes] : MidiSeeds()) Save("midi", name, bytes);
   int i = 0;
   for (const std::string& t : Utf8Texts()) Save("utf8_codec", "text" + std::to_string(i++) + ".txt", Text(t));
   // Base64 texts: padded, unpadded, wrapped, with a bad character and with padding inside.
