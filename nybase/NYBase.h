@@ -41,10 +41,15 @@
 #include <nybase/files/PathFilter.h>
 
 // Data.
+#include <nybase/data/XXHash.h>
 
 // Documents.
 #include <nybase/documents/IXmlReader.h>
+#include <nybase/documents/IXmlWriter.h>
+#include <nybase/documents/JsonTextWriter.h>
+#include <nybase/documents/TextWriterBase.h>
 #include <nybase/documents/XmlReader.h>
+#include <nybase/documents/XmlTextWriterLite.h>
 #include <nybase/documents/XmlValidation.h>
 
 // Audio.
