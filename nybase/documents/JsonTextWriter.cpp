@@ -5,6 +5,7 @@
 
 #include <nybase/platform/Utf.h>
 #include <nybase/text/StringHelp.h>
+#include <nybase/documents/internal/PutCodePoint.h>
 
 namespace lu {
 
@@ -16,6 +17,46 @@ void DestroyWriter(void* p) { delete static_cast<IXmlWriter*>(p); }
 
 inline bool NeedsEscape(wchar_t c) {
   return c == L'"' || c == L'\\' || c == 8 || c == 12 || c == L'\n' || c == L'\r' || c == L'\t';
+}
+
+// The letter behind the backslash for an ASCII unit that is escaped, 0 for the others.
+inline char EscapeLetter(uint32_t c) {
+  switch (c) {
+    case '"': return '"';
+    case '\\': return '\\';
+    case 8: return 'b';
+    case 12: return 'f';
+    case '\n': return 'n';
+    case '\r': return 'r';
+    case '\t': return 't';
+    default: return 0;
+  }
+}
+
+// Escapes and encodes in one pass, with the same result as escaping a copy and running the name
+// encoder over it: a high surrogate joins the unit after it in the escaped text, which for an
+// escaped character is the backslash (on purpose). At most 3 bytes per unit.
+char* EscapeEncode(const wchar_t* p, size_t n, char* o) {
+  for (size_t i = 0; i < n; ++i) {
+    uint32_t u = static_cast<uint32_t>(p[i]);
+    if (u < 0x80) {
+      const char e = EscapeLetter(u);
+      if (e) *o++ = '\\';
+      *o++ = e ? e : static_cast<char>(u);
+      continue;
+    }
+    if (u > 0xFFFF) u = 0xFFFD;  // not a UTF-16 unit
+    if (u >= 0xD800 && u <= 0xDBFF) {
+      if (i + 1 == n) break;  // a high surrogate at the very end stops the encoding
+      const uint32_t next = static_cast<uint32_t>(p[++i]);
+      const char e = next < 0x80 ? EscapeLetter(next) : 0;
+      detail::PutCodePoint(o, 0x10000 + ((u - 0xD800) << 10) + ((e ? '\\' : next) & 0x3FF));
+      if (e) *o++ = e;
+      continue;
+    }
+    detail::PutCodePoint(o, u);
+  }
+  return o;
 }
 
 }  // namespace
@@ -199,8 +240,27 @@ void JsonTextWriter::WriteValue(const wchar_t* text, size_t len) {
 }
 
 void JsonTextWriter::WriteString(const CStdStr<wchar_t>& text) {
-  const std::wstring& v = EscapeJSONCharacters(text);
-  WriteValue(v.data(), v.size());
+  const size_t n = text.size();
+  const size_t blanks = m_indent > 0 ? static_cast<size_t>(m_indent) : 0;
+  if (n > k_onePassLimit || !Room(12 + LineEndingLength() + blanks + 3 * n)) {
+    const std::wstring& v = EscapeJSONCharacters(text);
+    WriteValue(v.data(), v.size());
+    return;
+  }
+  // The same bytes as WriteValue, with one request for room.
+  char* const start = m_pos;
+  if (m_state == StateKey) {
+    *m_pos++ = '"';
+  } else if (m_state == StateValue) {
+    *m_pos++ = ',';
+    PutLineEnding();
+    PutRepeated(' ', blanks);
+    Put("\"#text\": \"", 10);
+  }
+  m_pos = EscapeEncode(text.data(), n, m_pos);
+  *m_pos++ = '"';
+  m_state = StateValue;
+  Commit(static_cast<size_t>(m_pos - start));
 }
 
 void JsonTextWriter::WriteString(const NyGuid& value) {

@@ -8,6 +8,7 @@
 
 #include <nybase/data/XXHash.h>
 #include <nybase/platform/Utf.h>
+#include <nybase/documents/internal/PutCodePoint.h>
 
 namespace lu {
 
@@ -181,24 +182,12 @@ size_t TextWriterBase::EncodeName(const wchar_t* src, size_t len, char* out) {
   for (size_t i = 0; i < len; ++i) {
     uint32_t u = static_cast<uint32_t>(src[i]);
     if (u > 0xFFFF) u = 0xFFFD;  // not a UTF-16 unit
-    if (u < 0x80) {
-      *o++ = static_cast<char>(u);
-    } else if (u < 0x800) {
-      *o++ = static_cast<char>(0xC0 | (u >> 6));
-      *o++ = static_cast<char>(0x80 | (u & 0x3F));
-    } else if (IsHighSurrogate(u)) {
+    if (IsHighSurrogate(u)) {
       if (i + 1 == len) break;  // a high surrogate at the very end stops the encoding
       // The next unit is taken as the low half without testing it, on purpose.
-      const uint32_t cp = 0x10000 + ((u - 0xD800) << 10) + (static_cast<uint32_t>(src[++i]) & 0x3FF);
-      *o++ = static_cast<char>(0xF0 | (cp >> 18));
-      *o++ = static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-      *o++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-      *o++ = static_cast<char>(0x80 | (cp & 0x3F));
+      detail::PutCodePoint(o, 0x10000 + ((u - 0xD800) << 10) + (static_cast<uint32_t>(src[++i]) & 0x3FF));
     } else {
-      // Includes a lone low surrogate, on purpose (3 bytes, as every unit of this range).
-      *o++ = static_cast<char>(0xE0 | (u >> 12));
-      *o++ = static_cast<char>(0x80 | ((u >> 6) & 0x3F));
-      *o++ = static_cast<char>(0x80 | (u & 0x3F));
+      detail::PutCodePoint(o, u);  // a lone low surrogate gets its 3-byte form, on purpose
     }
   }
   return static_cast<size_t>(o - out);

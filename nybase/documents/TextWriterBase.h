@@ -98,6 +98,10 @@ class TextWriterBase : public IXmlWriter {
 
   size_t LineEndingLength() const { return m_lineEndingLength; }
 
+  // Text up to this many units is written by the one-pass escaping encoders of the writers, which
+  // ask for room for the worst case first; longer text is escaped into a copy and then converted.
+  static constexpr size_t k_onePassLimit = 2048;
+
   // The library's own name encoder (UTF-16 units to UTF-8, no validation): a high surrogate takes
   // the low 10 bits of the unit after it without testing it; a high surrogate at the very end
   // stops the encoding; a lone low surrogate gets the 3-byte form (on purpose: names are encoded

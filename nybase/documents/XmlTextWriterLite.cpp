@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include <nybase/text/StringHelp.h>
+#include <nybase/documents/internal/PutCodePoint.h>
 
 namespace {
 
@@ -14,6 +15,47 @@ void DestroyWriter(void* p) { delete static_cast<lu::IXmlWriter*>(p); }
 
 // True for the characters that make a value need escaping (both kinds).
 inline bool NeedsEscape(wchar_t c) { return c == L'"' || c == L'<' || c == L'>' || c == L'&' || c == L'\r' || c == L'\n'; }
+
+inline void PutLiteral(char*& o, const char* s, size_t n) {
+  std::memcpy(o, s, n);
+  o += n;
+}
+
+// Escapes and encodes in one pass, with the same result as escaping a copy and converting it with
+// the platform codec (lone surrogates become U+FFFD). At most 6 bytes per unit.
+char* EscapeEncode(const wchar_t* p, size_t n, bool attribute, char* o) {
+  for (size_t i = 0; i < n; ++i) {
+    uint32_t c = static_cast<uint32_t>(p[i]);
+    if (c < 0x80) {
+      if (!NeedsEscape(static_cast<wchar_t>(c))) {
+        *o++ = static_cast<char>(c);
+        continue;
+      }
+      switch (c) {
+        case '&': PutLiteral(o, "&amp;", 5); break;
+        case '<': PutLiteral(o, "&lt;", 4); break;
+        case '>': PutLiteral(o, "&gt;", 4); break;
+        case '"': attribute ? PutLiteral(o, "&quot;", 6) : void(*o++ = '"'); break;
+        case '\r': attribute ? PutLiteral(o, "&#13;", 5) : void(*o++ = '\r'); break;
+        default: attribute ? PutLiteral(o, "&#10;", 5) : void(*o++ = '\n'); break;
+      }
+      continue;
+    }
+    if (c >= 0xD800 && c <= 0xDBFF) {
+      const uint32_t next = i + 1 < n ? static_cast<uint32_t>(p[i + 1]) : 0;
+      if (next >= 0xDC00 && next <= 0xDFFF) {
+        c = 0x10000 + ((c - 0xD800) << 10) + (next - 0xDC00);
+        ++i;
+      } else {
+        c = 0xFFFD;
+      }
+    } else if ((c >= 0xDC00 && c <= 0xDFFF) || c > 0x10FFFF) {
+      c = 0xFFFD;
+    }
+    lu::detail::PutCodePoint(o, c);
+  }
+  return o;
+}
 
 }  // namespace
 
@@ -119,15 +161,35 @@ const std::wstring& XmlTextWriterLite::Escape(const CStdStr<wchar_t>& text, bool
   return m_scratch;
 }
 
-void XmlTextWriterLite::Attribute(const char* name, size_t nameLen, const wchar_t* value, size_t valueLen) {
-  if (!Room(nameLen + 3)) return;
+void XmlTextWriterLite::Attribute(const char* name, size_t nameLen, const CStdStr<wchar_t>& value) {
+  const bool onePass = value.size() <= k_onePassLimit;
+  if (!Room(nameLen + 4 + (onePass ? 6 * value.size() : 0))) return;
+  char* const start = m_pos;
   *m_pos++ = ' ';
   Put(name, nameLen);
   *m_pos++ = '=';
   *m_pos++ = '"';
+  if (onePass) {
+    m_pos = EscapeEncode(value.data(), value.size(), true, m_pos);
+    *m_pos++ = '"';
+    Commit(static_cast<size_t>(m_pos - start));
+    return;
+  }
   Commit(nameLen + 3);
-  WriteUtf16(value, valueLen);
+  WriteText(value, true);
   WriteBytes("\"", 1);
+}
+
+void XmlTextWriterLite::WriteText(const CStdStr<wchar_t>& text, bool attribute) {
+  const size_t n = text.size();
+  if (n <= k_onePassLimit && Room(6 * n)) {
+    char* const start = m_pos;
+    m_pos = EscapeEncode(text.data(), n, attribute, m_pos);
+    Commit(static_cast<size_t>(m_pos - start));
+    return;
+  }
+  const std::wstring& v = Escape(text, attribute);
+  WriteUtf16(v.data(), v.size());
 }
 
 void XmlTextWriterLite::WriteAttributeString(const lu::BasicStringView<char>& name, const NyGuid& value) {
@@ -144,15 +206,13 @@ void XmlTextWriterLite::WriteAttributeString(const lu::BasicStringView<char>& na
 }
 
 void XmlTextWriterLite::WriteAttributeString(const char* name, const CStdStr<wchar_t>& value) {
-  const std::wstring& v = Escape(value, true);
-  Attribute(name ? name : "", name ? std::strlen(name) : 0, v.data(), v.size());
+  Attribute(name ? name : "", name ? std::strlen(name) : 0, value);
 }
 
 void XmlTextWriterLite::WriteAttributeString(const CStdStr<wchar_t>& name, const CStdStr<wchar_t>& value) {
   std::string utf8(3 * name.size(), '\0');
   utf8.resize(EncodeName(name.data(), name.size(), utf8.data()));
-  const std::wstring& v = Escape(value, true);
-  Attribute(utf8.data(), utf8.size(), v.data(), v.size());
+  Attribute(utf8.data(), utf8.size(), value);
 }
 
 void XmlTextWriterLite::CloseStartTag() {
@@ -160,9 +220,8 @@ void XmlTextWriterLite::CloseStartTag() {
 }
 
 void XmlTextWriterLite::WriteString(const CStdStr<wchar_t>& text) {
-  const std::wstring& v = Escape(text, false);
   CloseStartTag();
-  WriteUtf16(v.data(), v.size());
+  WriteText(text, false);
   m_state = StateText;
 }
 

@@ -53,7 +53,9 @@ class XmlTextWriterLite : public lu::TextWriterBase {
 
   // The start tag after the name was put at the end of the name store.
   void StartElement(size_t nameOffset);
-  void Attribute(const char* name, size_t nameLen, const wchar_t* value, size_t valueLen);
+  void Attribute(const char* name, size_t nameLen, const CStdStr<wchar_t>& value);
+  // Escaped text in UTF-8: in one pass when it is short, else through Escape and the codec.
+  void WriteText(const CStdStr<wchar_t>& text, bool attribute);
   // Writes ">" if a start tag is open.
   void CloseStartTag();
   // The escaped copy of `text` in m_scratch, or the text itself when nothing needs escaping.

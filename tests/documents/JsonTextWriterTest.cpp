@@ -58,11 +58,19 @@ TEST(JsonTextWriter, EscapingEncodingAndGuids) {
       {W16(u"\u00e9\U0001F600"), "\xc3\xa9\xf0\x9f\x98\x80"},
       // The name encoder: a lone low surrogate is 3 bytes, a final high surrogate is dropped.
       {W16(u"a") + wchar_t(0xDC00) + wchar_t(0xD800), "a\xed\xb0\x80"},
+      // A high surrogate before an escaped character joins the backslash of its escape.
+      {W16(u"x") + wchar_t(0xD800) + L"\"", "x\xf0\x90\x81\x9c\""},
   };
   for (const auto& [in, out] : cases) {
-    JsonTextWriter w;
-    w.WriteAttributeString("k", in);
-    EXPECT_EQ(Out(w), "\"k\": \"" + out + "\"");
+    // Short values take the one-pass path, long ones the copy (a final high surrogate stays last).
+    for (int times : {1, in.back() == wchar_t(0xD800) ? 1 : 1000}) {
+      std::wstring text;
+      std::string want;
+      for (int i = 0; i < times; ++i) text += in, want += out;
+      JsonTextWriter w;
+      w.WriteAttributeString("k", text);
+      EXPECT_EQ(Out(w), "\"k\": \"" + want + "\"") << times;
+    }
   }
   JsonTextWriter w;
   w.WriteStartElement("\xc3\xa9\xff");  // read as UTF-8: the ill-formed byte becomes U+FFFD

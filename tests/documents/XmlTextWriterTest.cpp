@@ -59,12 +59,17 @@ TEST(XmlTextWriter, EscapingAndEncoding) {
       {W16(u"x") + wchar_t(0xD800) + L"y" + wchar_t(0xDC00), "x\xef\xbf\xbdy\xef\xbf\xbd", "x\xef\xbf\xbdy\xef\xbf\xbd"},
   };
   for (const Case& c : cases) {
-    XmlTextWriterLite w;
-    w.WriteStartElement("e");
-    w.WriteAttributeString("v", c.in);
-    w.WriteString(c.in);
-    w.WriteEndElement();
-    EXPECT_EQ(Out(w), std::string("<e v=\"") + c.attribute + "\">" + c.text + "</e>\n");
+    for (int times : {1, 1000}) {  // short values take the one-pass path, long ones the copy
+      std::wstring in;
+      std::string text, attribute;
+      for (int i = 0; i < times; ++i) in += c.in, text += c.text, attribute += c.attribute;
+      XmlTextWriterLite w;
+      w.WriteStartElement("e");
+      w.WriteAttributeString("v", in);
+      w.WriteString(in);
+      w.WriteEndElement();
+      EXPECT_EQ(Out(w), "<e v=\"" + attribute + "\">" + text + "</e>\n") << times;
+    }
   }
   // Wide names use the name encoder: a pair, a lone low surrogate (3 bytes, on purpose), and a
   // high surrogate at the end, which stops it. GUIDs in both places.
