@@ -13,6 +13,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -109,7 +110,10 @@ void WriteRapidjson(Writer& w) {
   w.EndObject();
 }
 
-void Bytes(benchmark::State& state, size_t size) {
+std::map<std::string, double> g_megabytes;  // document size per benchmark
+
+void Bytes(benchmark::State& state, size_t size, const char* name) {
+  g_megabytes[name] = static_cast<double>(size) / 1e6;
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * size));
   state.counters["MB"] = static_cast<double>(size) / 1e6;
 }
@@ -122,7 +126,7 @@ void BM_XmlLiteMemory(benchmark::State& state) {
     size = w.BufferedSize();
     benchmark::DoNotOptimize(w.BufferStart());
   }
-  Bytes(state, size);
+  Bytes(state, size, "BM_XmlLiteMemory");
 }
 
 void BM_Libxml2Memory(benchmark::State& state) {
@@ -135,7 +139,7 @@ void BM_Libxml2Memory(benchmark::State& state) {
     size = static_cast<size_t>(xmlBufferLength(buffer));
     xmlBufferFree(buffer);
   }
-  Bytes(state, size);
+  Bytes(state, size, "BM_Libxml2Memory");
 }
 
 void BM_XmlLiteFile(benchmark::State& state) {
@@ -146,7 +150,7 @@ void BM_XmlLiteFile(benchmark::State& state) {
   }
   FILE* f = std::fopen(path.c_str(), "rb");
   std::fseek(f, 0, SEEK_END);
-  Bytes(state, static_cast<size_t>(std::ftell(f)));
+  Bytes(state, static_cast<size_t>(std::ftell(f)), "BM_XmlLiteFile");
   std::fclose(f);
 }
 
@@ -159,7 +163,7 @@ void BM_Libxml2File(benchmark::State& state) {
   }
   FILE* f = std::fopen(path.c_str(), "rb");
   std::fseek(f, 0, SEEK_END);
-  Bytes(state, static_cast<size_t>(std::ftell(f)));
+  Bytes(state, static_cast<size_t>(std::ftell(f)), "BM_Libxml2File");
   std::fclose(f);
 }
 
@@ -171,7 +175,7 @@ void BM_JsonMemory(benchmark::State& state) {
     size = w.BufferedSize();
     benchmark::DoNotOptimize(w.BufferStart());
   }
-  Bytes(state, size);
+  Bytes(state, size, "BM_JsonMemory");
 }
 
 void BM_RapidjsonMemory(benchmark::State& state) {
@@ -183,7 +187,7 @@ void BM_RapidjsonMemory(benchmark::State& state) {
     size = buffer.GetSize();
     benchmark::DoNotOptimize(buffer.GetString());
   }
-  Bytes(state, size);
+  Bytes(state, size, "BM_RapidjsonMemory");
 }
 
 void BM_JsonFile(benchmark::State& state) {
@@ -194,7 +198,7 @@ void BM_JsonFile(benchmark::State& state) {
   }
   FILE* f = std::fopen(path.c_str(), "rb");
   std::fseek(f, 0, SEEK_END);
-  Bytes(state, static_cast<size_t>(std::ftell(f)));
+  Bytes(state, static_cast<size_t>(std::ftell(f)), "BM_JsonFile");
   std::fclose(f);
 }
 
@@ -211,7 +215,7 @@ void BM_RapidjsonFile(benchmark::State& state) {
   }
   FILE* f = std::fopen(path.c_str(), "rb");
   std::fseek(f, 0, SEEK_END);
-  Bytes(state, static_cast<size_t>(std::ftell(f)));
+  Bytes(state, static_cast<size_t>(std::ftell(f)), "BM_RapidjsonFile");
   std::fclose(f);
 }
 
@@ -238,7 +242,11 @@ int main(int argc, char** argv) {
 
   nybench::BestTimeReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  std::printf("%zu elements, best of repetitions\n", g_items.size());
+  std::printf("%zu elements, best of repetitions (CPU time)\n", g_items.size());
+  for (const auto& [name, seconds] : reporter.bestCpu) {
+    const std::string function = name.substr(0, name.find('/'));
+    std::printf("%-20s %7.2f MB  %8.1f MB/s\n", function.c_str(), g_megabytes[function], g_megabytes[function] / seconds);
+  }
   const char* pairs[][3] = {
       {"BM_Libxml2Memory", "BM_XmlLiteMemory", "3.0"}, {"BM_Libxml2File", "BM_XmlLiteFile", "3.0"},
       {"BM_RapidjsonMemory", "BM_JsonMemory", "1.0"}, {"BM_RapidjsonFile", "BM_JsonFile", "1.0"}};

@@ -62,8 +62,8 @@ void TextWriterBase::UpdateHash() {
 
 bool TextWriterBase::OpenFile() {
   if (m_fileError || m_path.IsEmpty()) return false;
-  // TODO(merge): make sure the parent folder exists here, before the open (the directory
-  // operations are not on this branch yet).
+  // TODO(merge): create the parent folder first, lu::EnsureDirectoryExists(m_path.GetParent()),
+  // with its result ignored: a folder that cannot be made shows as the failed open below.
   if (m_file.Open(m_path, NyOpenModeWriteOverwrite, 0) != NYRESULT_SUCCESS) {
     m_fileError = true;
     return false;

@@ -136,7 +136,8 @@ TEST(XmlTextWriter, FileModeHashMatchesXxhsum) {
 
 TEST(XmlTextWriter, FileErrorsAreReportedByFlags) {
   nytest::TempDir dir;
-  XmlTextWriterLite missing(lu::Path(CStdStr<wchar_t>(dir.Native("missing/x.xml").c_str())));
+  nytest::WriteFileBytes(dir.Native("plain"), {1});  // a file where the folder should be
+  XmlTextWriterLite missing(lu::Path(CStdStr<wchar_t>(dir.Native("plain/x.xml").c_str())));
   EXPECT_TRUE(!missing.IsReady() && missing.HasFileError());
   EXPECT_EQ(missing.GetReadyState(), lu::XmlWriteReadyNotReady);
   writertest::Run(missing, "D|<a|'x|@y=z|>");  // dropped, no crash
