@@ -5,16 +5,9 @@
 #include <memory>
 
 #include <nybase/base/NyGuid.h>
+#include <nybase/base/VPropertyEnums.h>
 #include <nybase/text/BasicStringView.h>
 #include <nybase/text/CStdStr.h>
-
-namespace VPropertyEnums {
-// The line ending of text writers: LineEndingCRLF (1) selects CR LF, every other value LF.
-enum LineEnding : int {
-  LineEndingLF = 0,
-  LineEndingCRLF = 1,
-};
-}  // namespace VPropertyEnums
 
 namespace lu {
 
