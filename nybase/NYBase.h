@@ -80,11 +80,16 @@
 #include <nybase/data/Levenshtein.h>
 #include <nybase/data/NyBase64.h>
 #include <nybase/data/Variant.h>
+#include <nybase/data/XXHash.h>
 #include <nybase/data/luFXMemAlloc.h>
 
 // Documents.
 #include <nybase/documents/IXmlReader.h>
+#include <nybase/documents/IXmlWriter.h>
+#include <nybase/documents/JsonTextWriter.h>
+#include <nybase/documents/TextWriterBase.h>
 #include <nybase/documents/XmlReader.h>
+#include <nybase/documents/XmlTextWriterLite.h>
 #include <nybase/documents/XmlValidation.h>
 
 // Audio.
