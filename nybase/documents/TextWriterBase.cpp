@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include <nybase/data/XXHash.h>
+#include <nybase/files/DirectoryRecursive.h>
 #include <nybase/platform/Utf.h>
 #include <nybase/documents/internal/PutCodePoint.h>
 
@@ -62,8 +63,9 @@ void TextWriterBase::UpdateHash() {
 
 bool TextWriterBase::OpenFile() {
   if (m_fileError || m_path.IsEmpty()) return false;
-  // TODO(merge): create the parent folder first, lu::EnsureDirectoryExists(m_path.GetParent()),
-  // with its result ignored: a folder that cannot be made shows as the failed open below.
+  // The parent folder is made first, its result ignored: a folder that cannot be made shows as
+  // the failed open below.
+  lu::EnsureDirectoryExists(m_path.GetParent());
   if (m_file.Open(m_path, NyOpenModeWriteOverwrite, 0) != NYRESULT_SUCCESS) {
     m_fileError = true;
     return false;

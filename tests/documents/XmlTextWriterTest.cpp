@@ -160,6 +160,12 @@ TEST(XmlTextWriter, FileErrorsAreReportedByFlags) {
   w.FlushBuffer();
   EXPECT_TRUE(::stat(native.c_str(), &st) == 0 && st.st_size == 5);
   EXPECT_FALSE(w.SetFilePath(lu::Path(L"/tmp/other.xml"), false));
+  // A folder chain that is not there yet is made on open.
+  XmlTextWriterLite nested(lu::Path(CStdStr<wchar_t>(dir.Native("new/sub/x.xml").c_str())));
+  EXPECT_TRUE(nested.IsReady());
+  writertest::Run(nested, "<a|>");
+  nested.FlushBuffer();
+  EXPECT_TRUE(::stat(dir.Native("new/sub/x.xml").c_str(), &st) == 0 && st.st_size == 5);
 }
 
 }  // namespace
