@@ -17,7 +17,6 @@
 // Platform services.
 #include <nybase/platform/CurrentDirectory.h>
 #include <nybase/platform/DirectoryApi.h>
-#include <nybase/platform/DirectoryChain.h>
 #include <nybase/platform/FileApi.h>
 #include <nybase/platform/FileMapping.h>
 #include <nybase/platform/FullPathName.h>

@@ -1,10 +1,11 @@
 // NyMidiFile: loading the file image, Validate, the event records and writing the flat stream.
 #include <nybase/audio/NyMidiFile.h>
-#include <nybase/platform/DirectoryChain.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+
+#include <nybase/files/DirectoryRecursive.h>
 
 namespace {
 
@@ -125,8 +126,7 @@ NYRESULT NyMidiFile::Convert(const lu::Path& path) {
     if (!m_parser.Convert(m_converted, ConvertedCapacity())) return NYRESULT_FAILURE;
     streamSize = m_parser.GetConvertedSize();
   }
-  const CStdStr<wchar_t> directory = path.GetParent();
-  if (!directory.empty()) lu::platform::CreateDirectoryChain(directory.c_str(), directory.size());
+  lu::EnsureDirectoryExists(path.GetParent());
   lu::File out;
   if (out.Open(path, NyOpenModeWriteOverwrite, NyFileFlagExclusive) != NYRESULT_SUCCESS)
     return NYRESULT_FAILURE;
