@@ -29,7 +29,9 @@
 #include <nybase/text/BasicStringView.h>
 #include <nybase/text/AudioDisplayStrings.h>
 #include <nybase/text/CStdStr.h>
+#include <nybase/text/CachedString.h>
 #include <nybase/text/ConcatHelper.h>
+#include <nybase/text/ROString.h>
 #include <nybase/text/StringHelp.h>
 
 // Files.
