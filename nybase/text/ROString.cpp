@@ -1,4 +1,4 @@
-// ROString's table: a chained hash set of never-freed records, hashed with MurmurHash3 x86_32.
+// ROString's table: a hash set of never-freed records in power-of-two buckets, MurmurHash3 x86_32.
 #include <nybase/text/ROString.h>
 
 #include <cstdint>
@@ -23,38 +23,38 @@ inline uint32_t* CountOf(const char* text) {
   return reinterpret_cast<uint32_t*>(const_cast<char*>(text) - sizeof(uint32_t));
 }
 
-// Buckets are chains of nodes; the bucket of a text is the low bits of its hash, the bucket count
-// a power of two of at least 4096 (sized up front so start-up does not rehash), and the table
-// doubles when it would hold more entries than buckets (maximum load factor 1.0). Entries in one
-// bucket are told apart by their bytes, after the stored hash and length agree.
+// The bucket of a text is the low bits of its hash; the bucket count is a power of two of at least
+// 4096 (sized up front so start-up does not rehash), and the table doubles when it would hold more
+// entries than buckets (maximum load factor 1.0). A bucket holds its first entry in place and the
+// rest of its run in a chain, so most lookups touch one bucket and one record. Entries in one
+// bucket are told apart by hash, then by their bytes.
 class Table {
  public:
-  Table() : m_buckets(k_minBuckets, nullptr) { m_empty = Intern("", 0); }
+  Table() : m_buckets(k_minBuckets) { m_empty = Intern("", 0); }
   Table(const Table&) = delete;
   Table& operator=(const Table&) = delete;
 
   // Unload frees every record; handles used after this are invalid.
   ~Table() {
-    for (Node* n : m_buckets) {
-      while (n != nullptr) {
-        Node* next = n->next;
-        std::free(CountOf(n->text));
+    for (Bucket& b : m_buckets) {
+      if (b.first.text != nullptr) std::free(CountOf(b.first.text));
+      while (Node* n = b.more) {
+        b.more = n->next;
+        std::free(CountOf(n->entry.text));
         delete n;
-        n = next;
       }
     }
   }
 
+  // text holds no NUL in its length bytes.
   const char* Intern(const char* text, size_t length) {
     const uint32_t hash = lu::detail::MurmurHash3_x86_32(text, length, k_seed);
     std::lock_guard<std::mutex> hold(m_lock);
-    Node*& head = m_buckets[hash & (m_buckets.size() - 1)];
-    for (Node* n = head; n != nullptr; n = n->next) {
-      if (n->hash == hash && n->length == length && std::memcmp(n->text, text, length) == 0) {
-        uint32_t& count = *CountOf(n->text);
-        // The count never falls; it stops at its maximum rather than wrapping to 0.
-        if (count != UINT32_MAX) ++count;
-        return n->text;
+    Bucket& b = m_buckets[hash & (m_buckets.size() - 1)];
+    if (b.first.text != nullptr) {
+      if (Matches(b.first, hash, text, length)) return Hit(b.first.text);
+      for (Node* n = b.more; n != nullptr; n = n->next) {
+        if (Matches(n->entry, hash, text, length)) return Hit(n->entry.text);
       }
     }
     void* block = std::malloc(length + 5);
@@ -64,7 +64,7 @@ class Table {
     char* chars = static_cast<char*>(block) + sizeof(uint32_t);
     std::memcpy(chars, text, length);
     chars[length] = 0;
-    head = new Node{head, chars, length, hash};
+    Place(b, Entry{chars, hash, Clamp(length)}, nullptr);
     if (++m_count > m_buckets.size()) Rehash(m_buckets.size() * 2);
     return chars;
   }
@@ -85,29 +85,64 @@ class Table {
   }
 
  private:
+  struct Entry {
+    const char* text = nullptr;
+    uint32_t hash = 0;
+    uint32_t length = 0;  // saturates at UINT32_MAX; a filter only
+  };
   struct Node {
+    Entry entry;
     Node* next;
-    const char* text;
-    size_t length;
-    uint32_t hash;
+  };
+  struct Bucket {
+    Entry first;
+    Node* more = nullptr;
   };
 
+  static uint32_t Clamp(size_t n) noexcept { return n >= UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(n); }
+
+  // Below the saturation point equal lengths make memcmp safe; above it strncmp stops at the
+  // record's NUL, so a shorter record is never read past.
+  static bool Matches(const Entry& e, uint32_t hash, const char* text, size_t length) noexcept {
+    if (e.hash != hash || e.length != Clamp(length)) return false;
+    if (length < UINT32_MAX) return std::memcmp(e.text, text, length) == 0;
+    return std::strncmp(e.text, text, length) == 0 && e.text[length] == 0;
+  }
+
+  static const char* Hit(const char* text) noexcept {
+    uint32_t& count = *CountOf(text);
+    // The count never falls; it stops at its maximum rather than wrapping to 0.
+    if (count != UINT32_MAX) ++count;
+    return text;
+  }
+
+  // Puts the entry into the bucket, in place or in a node (spare, or a new one).
+  static void Place(Bucket& b, const Entry& e, Node* spare) {
+    if (b.first.text == nullptr) {
+      b.first = e;
+      delete spare;
+      return;
+    }
+    Node* n = spare ? spare : new Node{};
+    n->entry = e;
+    n->next = b.more;
+    b.more = n;
+  }
+
   void Rehash(size_t buckets) {
-    std::vector<Node*> fresh(buckets, nullptr);
-    for (Node* n : m_buckets) {
-      while (n != nullptr) {
-        Node* next = n->next;
-        Node*& head = fresh[n->hash & (buckets - 1)];
-        n->next = head;
-        head = n;
-        n = next;
+    std::vector<Bucket> fresh(buckets);
+    for (Bucket& b : m_buckets) {
+      if (b.first.text != nullptr) Place(fresh[b.first.hash & (buckets - 1)], b.first, nullptr);
+      while (Node* n = b.more) {
+        b.more = n->next;
+        Place(fresh[n->entry.hash & (buckets - 1)], n->entry, n);
       }
     }
     m_buckets.swap(fresh);
   }
 
   std::mutex m_lock;
-  std::vector<Node*> m_buckets;
+  std::vector<Bucket> m_buckets;
   size_t m_count = 0;
   const char* m_empty = nullptr;
 };

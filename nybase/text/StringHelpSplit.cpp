@@ -11,19 +11,30 @@ namespace StringHelp {
 namespace {
 
 // The std::getline rules over [b, e): an item ends at each separator; the end of the text ends
-// the last item only when it is not empty.
+// the last item only when it is not empty. The vector ends up holding exactly the items; strings
+// it already held are reused in place, so a caller that splits into one vector again and again
+// does not allocate for items that fit them.
 template <typename CT, typename Item>
 void SplitRange(const CT* b, const CT* e, CT separator, std::vector<Item>& items) {
-  items.clear();
+  size_t n = 0;
+  auto put = [&](const CT* from, const CT* to) {
+    if (n < items.size()) {
+      items[n].assign(from, to);
+    } else {
+      items.emplace_back(from, to);
+    }
+    ++n;
+  };
   while (b < e) {
     const CT* s = std::char_traits<CT>::find(b, static_cast<size_t>(e - b), separator);
     if (s == nullptr) {
-      items.emplace_back(b, e);
+      put(b, e);
       break;
     }
-    items.emplace_back(b, s);
+    put(b, s);
     b = s + 1;
   }
+  items.erase(items.begin() + static_cast<std::ptrdiff_t>(n), items.end());
 }
 
 }  // namespace
