@@ -252,6 +252,14 @@ CachedString& CachedString::operator=(const CStdStr<wchar_t>& text) {
   return *this;
 }
 
+CachedString& CachedString::operator=(const wchar_t* text) {
+  const wchar_t* fresh = text == nullptr ? k_emptyText : Intern(text, std::wcslen(text));
+  const wchar_t* old = m_text;
+  m_text = fresh;
+  Release(old);
+  return *this;
+}
+
 bool CachedString::operator<(const CachedString& other) const noexcept {
   // A null handle is not accepted; it is read as the empty text rather than dereferenced.
   const wchar_t* a = m_text ? m_text : k_emptyText;

@@ -54,6 +54,9 @@ class CachedString {
   CachedString& operator=(const CachedString& other) noexcept;
   // Interns the text (or takes the empty handle), then releases the old value.
   CachedString& operator=(const CStdStr<wchar_t>& text);
+  // The same for NUL-terminated text (null gives the empty handle). It also makes assigning a wide
+  // literal unambiguous, which the conversions to CachedString and to CStdStr would otherwise make.
+  CachedString& operator=(const wchar_t* text);
 
   // Pointer identity: equal text is the same record. Null equals only null.
   bool operator==(const CachedString& other) const noexcept { return m_text == other.m_text; }

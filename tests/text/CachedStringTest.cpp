@@ -37,6 +37,8 @@ TEST(CachedString, EqualTextSharesOneCountedRecord) {
     b.Empty();
     EXPECT_EQ(a.References(), 1u);
     a = CStdStr<wchar_t>(L"other");
+    b = L"other";
+    EXPECT_EQ(b.References(), 2u);
   }
   EXPECT_EQ(lu::detail::CachedStringRecordCount(), before);
 }
