@@ -42,8 +42,8 @@ void ToLower(std::basic_string<char>& text) {
 }
 
 void ToLower(std::basic_string<wchar_t>& text) {
-  const std::ctype<wchar_t>& ct = detail::SharedCType();
-  for (wchar_t& c : text) c = detail::ToLower(c, ct);
+  const detail::CaseMap& fold = detail::SharedCaseMap();
+  for (wchar_t& c : text) c = fold.Lower(c);
 }
 
 CStdStr<wchar_t>& RemoveControlCharacters(CStdStr<wchar_t>& text) {

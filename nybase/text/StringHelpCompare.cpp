@@ -10,7 +10,7 @@ bool CaseInsensitiveSearch(const CStdStr<wchar_t>& text, const CStdStr<wchar_t>&
   const size_t n = text.size();
   const size_t m = sought.size();
   if (m > n) return false;
-  const std::ctype<wchar_t>& ct = detail::SharedCType();
+  const detail::CaseMap& fold = detail::SharedCaseMap();
   // The sought text is folded once; the text is folded unit by unit as the scan reaches it, so
   // nothing is copied. A plain search from the left: the first unit is looked for, then the rest
   // compared.
@@ -21,13 +21,13 @@ bool CaseInsensitiveSearch(const CStdStr<wchar_t>& text, const CStdStr<wchar_t>&
     large.resize(m);
     folded = large.data();
   }
-  for (size_t k = 0; k < m; ++k) folded[k] = detail::ToUpper(sought[k], ct);
+  for (size_t k = 0; k < m; ++k) folded[k] = fold.Upper(sought[k]);
   const wchar_t first = folded[0];
   const wchar_t* t = text.data();
   for (size_t i = 0; i + m <= n; ++i) {
-    if (detail::ToUpper(t[i], ct) != first) continue;
+    if (fold.Upper(t[i]) != first) continue;
     size_t k = 1;
-    while (k < m && detail::ToUpper(t[i + k], ct) == folded[k]) ++k;
+    while (k < m && fold.Upper(t[i + k]) == folded[k]) ++k;
     if (k == m) return true;
   }
   return false;
@@ -38,12 +38,12 @@ bool CompareTextOnly(const wchar_t* a, const wchar_t* b) {
   // of removing the blanks, comparing the lengths and then the folded copies, without the copies.
   if (a == nullptr) a = L"";
   if (b == nullptr) b = L"";
-  const std::ctype<wchar_t>& ct = detail::SharedCType();
+  const detail::CaseMap& fold = detail::SharedCaseMap();
   for (;;) {
     while (*a == L' ') ++a;
     while (*b == L' ') ++b;
     if (*a == 0 || *b == 0) return *a == *b;
-    if (detail::ToLower(*a, ct) != detail::ToLower(*b, ct)) return false;
+    if (fold.Lower(*a) != fold.Lower(*b)) return false;
     ++a;
     ++b;
   }

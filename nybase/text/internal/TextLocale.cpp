@@ -26,7 +26,7 @@ const std::locale& Utf8Locale() {
 
 struct Shared {
   std::locale locale;
-  const std::ctype<wchar_t>* ctype = nullptr;
+  CaseMap caseMap{};
 };
 
 // Built once by the thread-safe initialisation of a function-local static.
@@ -34,7 +34,14 @@ const Shared& GetShared() {
   static const Shared shared = [] {
     Shared s;
     s.locale = GlobalLocaleWithLetters();
-    s.ctype = &std::use_facet<std::ctype<wchar_t>>(s.locale);
+    const auto* ct = &std::use_facet<std::ctype<wchar_t>>(s.locale);
+    bool plain = true;
+    for (wchar_t c = 0; c < 128; ++c) {
+      const bool lower = c >= L'a' && c <= L'z';
+      const bool upper = c >= L'A' && c <= L'Z';
+      plain = plain && ct->toupper(c) == (lower ? c - 32 : c) && ct->tolower(c) == (upper ? c + 32 : c);
+    }
+    s.caseMap = CaseMap{ct, plain};
     return s;
   }();
   return shared;
@@ -50,6 +57,8 @@ std::locale GlobalLocaleWithLetters() {
 
 const std::locale& SharedLocale() { return GetShared().locale; }
 
-const std::ctype<wchar_t>& SharedCType() { return *GetShared().ctype; }
+const std::ctype<wchar_t>& SharedCType() { return *GetShared().caseMap.ct; }
+
+const CaseMap& SharedCaseMap() { return GetShared().caseMap; }
 
 }  // namespace StringHelp::detail

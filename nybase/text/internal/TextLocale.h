@@ -14,11 +14,28 @@ namespace StringHelp::detail {
 const std::locale& SharedLocale();
 const std::ctype<wchar_t>& SharedCType();
 
+// Case mapping by the shared locale's ctype. ASCII is mapped without a call when the locale maps
+// it the plain way (as "C.UTF-8" does); a locale that does not (a Turkish one, where 'i' has the
+// capital U+0130) is asked for every unit.
+struct CaseMap {
+  const std::ctype<wchar_t>* ct;
+  bool plainAscii;
+  wchar_t Upper(wchar_t c) const {
+    if (plainAscii && static_cast<unsigned long>(c) < 128) return (c >= L'a' && c <= L'z') ? static_cast<wchar_t>(c - 32) : c;
+    return ct->toupper(c);
+  }
+  wchar_t Lower(wchar_t c) const {
+    if (plainAscii && static_cast<unsigned long>(c) < 128) return (c >= L'A' && c <= L'Z') ? static_cast<wchar_t>(c + 32) : c;
+    return ct->tolower(c);
+  }
+};
+const CaseMap& SharedCaseMap();
+
 // A fresh copy of the current global locale with the same substitution for the classic one.
 std::locale GlobalLocaleWithLetters();
 
-// Character classes of one UTF-16 unit. ASCII is answered without the locale; from 128 up the
-// shared ctype decides. Surrogates are no letters, so a character beyond the BMP is a separator.
+// Character classes of one UTF-16 unit. ASCII letters are fixed ("a"-"z", "A"-"Z"); from 128 up
+// the shared ctype decides. Surrogates are no letters, so a character beyond the BMP is a separator.
 inline bool IsAsciiLetter(wchar_t c) { return (c >= L'a' && c <= L'z') || (c >= L'A' && c <= L'Z'); }
 inline bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 inline bool IsLetter(wchar_t c, const std::ctype<wchar_t>& ct) {
@@ -29,13 +46,4 @@ inline bool IsLower(wchar_t c, const std::ctype<wchar_t>& ct) {
   if (static_cast<unsigned long>(c) < 128) return c >= L'a' && c <= L'z';
   return ct.is(std::ctype_base::lower, c);
 }
-inline wchar_t ToUpper(wchar_t c, const std::ctype<wchar_t>& ct) {
-  if (static_cast<unsigned long>(c) < 128) return (c >= L'a' && c <= L'z') ? static_cast<wchar_t>(c - 32) : c;
-  return ct.toupper(c);
-}
-inline wchar_t ToLower(wchar_t c, const std::ctype<wchar_t>& ct) {
-  if (static_cast<unsigned long>(c) < 128) return (c >= L'A' && c <= L'Z') ? static_cast<wchar_t>(c + 32) : c;
-  return ct.tolower(c);
-}
-
 }  // namespace StringHelp::detail
