@@ -250,8 +250,8 @@ CStdStr<wchar_t> MenuEscape(CStdStr<wchar_t> text);
 
 // ---- Comparison ---------------------------------------------------------------------------------
 // True when sought occurs in text with both folded to upper case by the std::ctype<wchar_t> of
-// one shared locale: a copy of the global locale made on the first use by this function or by
-// SplitEachWord and kept for the life of the process; when that global locale is the classic
+// one shared locale: a copy of the global locale made on the first use by this function,
+// SplitEachWord, the wide ToLower or CompareTextOnly, and kept for the life of the process; when that global locale is the classic
 // "C", "C.UTF-8" is used instead, so letters beyond ASCII fold too ("été" is found in "ÉTÉ").
 // An empty sought text is found in any non-empty text and not in an empty one.
 bool CaseInsensitiveSearch(const CStdStr<wchar_t>& text, const CStdStr<wchar_t>& sought);
