@@ -1,6 +1,9 @@
 // FileHelp: the wrappers that only build a lu::Path and call one member.
 #include <nybase/files/FileHelp.h>
 
+#include <vector>
+
+#include <nybase/files/DirectoryRecursive.h>
 #include <nybase/files/FileOperation.h>
 #include <nybase/files/Path.h>
 
@@ -85,5 +88,46 @@ CStdStr<wchar_t> PathReplaceExtension(const CStdStr<wchar_t>& path, const CStdSt
 }
 
 CStdStr<wchar_t> ReadTextFile(const wchar_t* path) { return lu::FileOperation::ReadTextFile(lu::Path(path)); }
+
+bool CopyFilesRecursively(const CStdStr<wchar_t>& source, const CStdStr<wchar_t>& destination,
+                          const std::function<bool(const CStdStr<wchar_t>&)>& filter, bool copyHidden) {
+  return lu::CopyFilesRecursive(source, destination, filter, copyHidden);
+}
+
+bool EnsureDirectoryExists(const wchar_t* path) {
+  return lu::EnsureDirectoryExists(CStdStr<wchar_t>(path != nullptr ? path : L""));
+}
+
+int64_t GetFileSize(const CStdStr<wchar_t>& path) { return static_cast<int64_t>(lu::Path(path).GetFileSize()); }
+
+bool IsHidden(const CStdStr<wchar_t>& path) { return lu::Path(path).IsHidden(); }
+
+bool IsReadOnly(const CStdStr<wchar_t>& path) {
+  const lu::Path p(path);
+  return p.Exists() && !lu::FileOperation::IsWritable(p);
+}
+
+void MakePathRelative(CStdStr<wchar_t>& path, const CStdStr<wchar_t>& base) {
+  lu::Path p(path);
+  p.MakePathRelative(lu::Path(base));
+  path = p.GetFsPath().native();
+}
+
+CStdStr<wchar_t> PathGetDirectory(const CStdStr<wchar_t>& path) {
+  const lu::Path p(path);
+  return p.IsDirectory() ? p.GetParent() : p.GetFileDirectory(false);
+}
+
+bool RemoveDirectoryRecursive(const wchar_t* path) {
+  return lu::Path(CStdStr<wchar_t>(path != nullptr ? path : L"")).Remove(true);
+}
+
+void RemoveReadOnlyFlag(const CStdStr<wchar_t>& path) { lu::Path(path).RemoveReadOnlyStatus(); }
+
+void RemoveReadOnlyFlagRecursive(const CStdStr<wchar_t>& path) {
+  std::vector<CStdStr<wchar_t>> files;
+  lu::ListDirectoryRecursive(path, files);
+  for (const CStdStr<wchar_t>& file : files) lu::Path(file).RemoveReadOnlyStatus();
+}
 
 }  // namespace FileHelp

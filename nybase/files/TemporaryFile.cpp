@@ -20,4 +20,9 @@ void TemporaryFile::Close() {
   if (m_file.IsOpen()) m_file.Close();
 }
 
+bool TemporaryFile::DeleteFileW() {
+  Close();
+  return m_path.Remove(false);
+}
+
 }  // namespace FileHelp

@@ -23,6 +23,8 @@ class TemporaryFile {
 
   // Closes the file (again is harmless).
   void Close();
+  // Closes the file and removes it (Path::Remove(false)); false when nothing was removed.
+  bool DeleteFileW();
   const lu::Path& GetPath() const { return m_path; }
   const lu::File& GetFile() const { return m_file; }
   operator const lu::File&() const { return m_file; }

@@ -1,4 +1,4 @@
-// HashBytes, lu::FixedSizeMemoryPool and luFXMemAlloc.
+// HashBytes, lu::VariantToBytes, lu::FixedSizeMemoryPool and luFXMemAlloc.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -9,6 +9,7 @@
 
 #include <nybase/data/FixedSizeMemoryPool.h>
 #include <nybase/data/HashBytes.h>
+#include <nybase/data/VariantToBytes.h>
 #include <nybase/data/luFXMemAlloc.h>
 
 namespace {
@@ -44,6 +45,29 @@ TEST(HashBytes, KnownValuesAndRandomChunks) {
     at += n;
   }
   EXPECT_EQ(h.GetHash(), ReferenceFnv1(data, seed));
+}
+
+TEST(VariantToBytes, WidthsByTypeAndTheStringRule) {
+  const struct {
+    lu::Variant value;
+    std::vector<uint8_t> bytes;  // empty with ok false: nothing written
+    bool ok;
+  } cases[] = {
+      {lu::Variant(int8_t{-2}), {0xFE}, true},
+      {lu::Variant(true), {1}, true},
+      {lu::Variant(uint16_t{0x1234}), {0x34, 0x12}, true},
+      {lu::Variant(int32_t{-1}), {0xFF, 0xFF, 0xFF, 0xFF}, true},
+      {lu::Variant(1.0f), {0, 0, 0x80, 0x3F}, true},
+      {lu::Variant(uint64_t{0x0102030405060708}), {8, 7, 6, 5, 4, 3, 2, 1}, true},
+      {lu::Variant(L"A\u00E9"), {'A', 0, 0xE9, 0}, true},
+      {lu::Variant(L""), {0}, true},
+      {lu::Variant(), {}, false},
+  };
+  for (const auto& c : cases) {
+    HashBytes sink;
+    EXPECT_EQ(lu::VariantToBytes(c.value, &sink), c.ok);
+    EXPECT_EQ(sink.GetHash(), ReferenceFnv1(c.bytes, HashBytes::k_defaultSeed)) << int(c.value.GetType());
+  }
 }
 
 TEST(FixedSizeMemoryPool, LastInFirstOutAndOnDemandGrowth) {

@@ -1,4 +1,7 @@
 // UTF-8 text streams, FileHelp wrappers, TemporaryFile and the extension table.
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include <random>
@@ -240,4 +243,36 @@ TEST(TemporaryFile, UniqueNamesLeftOnTheDiskAfterTheScope) {
   FileHelp::TemporaryFile nowhere{lu::Path(CStdStr<wchar_t>(dir.Wide("missing")))};
   EXPECT_FALSE(nowhere.GetFile().IsOpen());
   EXPECT_TRUE(nowhere.GetPath().IsEmpty());
+  EXPECT_FALSE(nowhere.DeleteFileW());
+  EXPECT_TRUE(second.DeleteFileW());
+  EXPECT_FALSE(second.GetFile().IsOpen() || second.GetPath().Exists());
+}
+
+// The wrappers over the disk members: each only builds a path and passes the answer on.
+TEST(FileHelp, DiskWrappers) {
+  TempDir dir;
+  const CStdStr<wchar_t> root(dir.Wide());
+  EXPECT_TRUE(FileHelp::EnsureDirectoryExists((root + L"\\a\\b").c_str()));
+  EXPECT_FALSE(FileHelp::EnsureDirectoryExists(nullptr));
+  WriteFileBytes(dir.Native("a/b/x.wav"), B("12345"));
+  WriteFileBytes(dir.Native("a/.hidden"), B("1"));
+  const CStdStr<wchar_t> file = root + L"\\a\\b\\x.wav";
+  EXPECT_EQ(FileHelp::GetFileSize(file), 5);
+  EXPECT_TRUE(FileHelp::IsHidden(root + L"\\a\\.hidden"));
+  EXPECT_FALSE(FileHelp::IsHidden(file));
+  EXPECT_EQ(FileHelp::PathGetDirectory(root + L"\\a\\b"), root + L"\\a");  // above a directory
+  EXPECT_EQ(FileHelp::PathGetDirectory(file), root + L"\\a\\b");           // of a file
+  CStdStr<wchar_t> relative = file;
+  FileHelp::MakePathRelative(relative, root + L"\\a");
+  EXPECT_EQ(relative, L"b\\x.wav");
+  ::chmod(dir.Native("a/b/x.wav").c_str(), 0444);
+  EXPECT_TRUE(FileHelp::IsReadOnly(file));  // the read-only attribute refuses a writer, root too
+  FileHelp::RemoveReadOnlyFlagRecursive(root + L"\\a");
+  EXPECT_FALSE(lu::Path(file).IsReadOnly());
+  EXPECT_FALSE(FileHelp::IsReadOnly(root + L"\\missing"));
+  EXPECT_TRUE(FileHelp::CopyFilesRecursively(root + L"\\a", root + L"\\copy", nullptr, false));
+  EXPECT_TRUE(lu::Path(root + L"\\copy\\b\\x.wav").IsFile());
+  EXPECT_FALSE(lu::Path(root + L"\\copy\\.hidden").Exists());
+  EXPECT_TRUE(FileHelp::RemoveDirectoryRecursive((root + L"\\copy").c_str()));
+  EXPECT_FALSE(lu::Path(root + L"\\copy").Exists());
 }
