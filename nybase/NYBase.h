@@ -5,6 +5,7 @@
 
 // Shared vocabulary types.
 #include <nybase/base/Expected.h>
+#include <nybase/base/FastDelegate.h>
 #include <nybase/base/IProgress.h>
 #include <nybase/base/NyChannelConfig.h>
 #include <nybase/base/NyGuid.h>
@@ -13,6 +14,8 @@
 
 // Platform services.
 #include <nybase/platform/CurrentDirectory.h>
+#include <nybase/platform/DirectoryChanges.h>
+#include <nybase/platform/Events.h>
 #include <nybase/platform/FileApi.h>
 #include <nybase/platform/FullPathName.h>
 #include <nybase/platform/LastError.h>
@@ -20,21 +23,27 @@
 #include <nybase/platform/ModuleHandle.h>
 #include <nybase/platform/NativePath.h>
 #include <nybase/platform/Random.h>
+#include <nybase/platform/ReaderWriterLock.h>
 #include <nybase/platform/Resources.h>
 #include <nybase/platform/StdioFile.h>
 #include <nybase/platform/SystemTime.h>
+#include <nybase/platform/Threads.h>
+#include <nybase/platform/Timers.h>
 #include <nybase/platform/Utf.h>
 
 // Text.
 #include <nybase/text/BasicStringView.h>
 #include <nybase/text/AudioDisplayStrings.h>
 #include <nybase/text/CStdStr.h>
+#include <nybase/text/LocaleHelpers.h>
 #include <nybase/text/NoCaseStringComp.h>
 #include <nybase/text/ConcatHelper.h>
 #include <nybase/text/StringHelp.h>
+#include <nybase/text/Timestamp.h>
 
 // Files.
 #include <nybase/files/DirectoryRecursive.h>
+#include <nybase/files/DirectoryWatcher.h>
 #include <nybase/files/File.h>
 #include <nybase/files/FileOperation.h>
 #include <nybase/files/FileRangeCopy.h>
