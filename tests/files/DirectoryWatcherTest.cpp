@@ -10,6 +10,7 @@
 #include <condition_variable>
 #include <cstdio>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -27,10 +28,20 @@ constexpr auto k_patience = 15s;  // the longest a batch may take on a loaded ma
 class Receiver {
  public:
   void OnChanges(DirectoryWatcher::ChangeSet* changes) {
-    std::lock_guard<std::mutex> guard(m_lock);
+    std::unique_lock<std::mutex> guard(m_lock);
     m_batches.emplace_back(changes->begin(), changes->end());
     m_changed.notify_all();
     if (m_slow) std::this_thread::sleep_for(300ms);
+    if (m_hold) {
+      m_released.wait_for(guard, k_patience, [&] { return !m_hold; });
+    }
+  }
+  // Makes the next callback keep the worker until Release: changes pile up in the system's queue.
+  void Hold() { m_hold = true; }
+  void Release() {
+    std::lock_guard<std::mutex> guard(m_lock);
+    m_hold = false;
+    m_released.notify_all();
   }
   // Waits until `count` batches have come, or the patience runs out.
   bool WaitFor(size_t count) {
@@ -52,7 +63,8 @@ class Receiver {
 
  private:
   std::mutex m_lock;
-  std::condition_variable m_changed;
+  std::condition_variable m_changed, m_released;
+  bool m_hold = false;
   std::vector<std::vector<std::wstring>> m_batches;
   bool m_slow = false;
 };
@@ -210,6 +222,31 @@ TEST(DirectoryWatcher, StopDuringDeliveryRestartAndMissingFolderNeitherHangNorCa
   w->StartSync(a.Wide(), false);
   Touch(a.Native("pending.wav"));
   w.reset();  // destroyed without Stop
+}
+
+TEST(DirectoryWatcher, QueueOverflowDeliversTheEmptyPathSoTheReceiverRescans) {
+  unsigned long limit = 0;
+  if (FILE* f = std::fopen("/proc/sys/fs/inotify/max_queued_events", "r")) {
+    if (std::fscanf(f, "%lu", &limit) != 1) limit = 0;
+    std::fclose(f);
+  }
+  if (limit == 0 || limit > 100000) GTEST_SKIP() << "queue limit unknown or too large to fill: " << limit;
+  nytest::TempDir dir;
+  Receiver rx;
+  DirectoryWatcher w(k_quietMs);
+  rx.Attach(w);
+  w.StartSync(dir.Wide(), false);
+  rx.Hold();
+  Touch(dir.Native("first.wav"));
+  ASSERT_TRUE(rx.WaitFor(1));
+  for (unsigned long i = 0; i < limit + 100; ++i) {
+    FILE* f = std::fopen(dir.Native("f" + std::to_string(i)).c_str(), "wb");
+    ASSERT_NE(f, nullptr);
+    std::fclose(f);
+  }
+  rx.Release();
+  ASSERT_TRUE(rx.WaitFor(2));
+  EXPECT_EQ(rx.Batches()[1].front(), L"") << "the empty path sorts first";
 }
 
 TEST(DirectoryWatcher, DirectCallsFoldCaseAndNotifyOnlyWithChanges) {

@@ -29,9 +29,22 @@ uint64_t NowMs() {
 
 }  // namespace
 
-unsigned int WaitAny(const std::vector<void*>& handles, uint64_t milliseconds, int& index) {
-  std::vector<pollfd> fds(handles.size());
-  for (size_t i = 0; i < handles.size(); ++i) {
+// Takes the signal of an auto-reset event if it is set; true when taken.
+bool TryConsume(const WaitHandle* h) {
+  uint64_t value = 0;
+  return ::read(h->fd, &value, sizeof value) == static_cast<ssize_t>(sizeof value);
+}
+
+unsigned int WaitAny(void* const* handles, size_t count, uint64_t milliseconds, int& index) {
+  // One handle, the common case, needs no allocation.
+  pollfd one{};
+  std::vector<pollfd> many;
+  pollfd* fds = &one;
+  if (count > 1) {
+    many.resize(count);
+    fds = many.data();
+  }
+  for (size_t i = 0; i < count; ++i) {
     fds[i].fd = static_cast<WaitHandle*>(handles[i])->fd;
     fds[i].events = POLLIN;
   }
@@ -44,7 +57,7 @@ unsigned int WaitAny(const std::vector<void*>& handles, uint64_t milliseconds, i
       const uint64_t left = elapsed >= milliseconds ? 0 : milliseconds - elapsed;
       timeout = left > static_cast<uint64_t>(INT_MAX) ? INT_MAX : static_cast<int>(left);
     }
-    const int r = ::poll(fds.data(), fds.size(), timeout);
+    const int r = ::poll(fds, count, timeout);
     if (r < 0) {
       if (errno == EINTR) continue;
       return SetLastErrorFromErrno(errno);
@@ -53,17 +66,15 @@ unsigned int WaitAny(const std::vector<void*>& handles, uint64_t milliseconds, i
       if (timeout == 0 || NowMs() - start >= milliseconds) return k_waitTimeout;
       continue;
     }
-    for (size_t i = 0; i < fds.size(); ++i) {
+    for (size_t i = 0; i < count; ++i) {
       if ((fds[i].revents & POLLNVAL) != 0) {
         SetLastError(k_errorInvalidHandle);
         return k_errorInvalidHandle;
       }
       if ((fds[i].revents & (POLLIN | POLLERR | POLLHUP)) == 0) continue;
-      if (static_cast<WaitHandle*>(handles[i])->kind == WaitHandle::Kind::AutoEvent) {
-        // The read consumes the signal; another waiter may have taken it first.
-        uint64_t value = 0;
-        if (::read(fds[i].fd, &value, sizeof value) != static_cast<ssize_t>(sizeof value)) continue;
-      }
+      // The read consumes an auto-reset signal; another waiter may have taken it first.
+      const auto* h = static_cast<WaitHandle*>(handles[i]);
+      if (h->kind == WaitHandle::Kind::AutoEvent && !TryConsume(h)) continue;
       index = static_cast<int>(i);
       return k_waitObject0;
     }
@@ -120,8 +131,11 @@ unsigned int WaitOne(void* event, uint64_t milliseconds) {
     platform::SetLastError(platform::k_errorInvalidHandle);
     return platform::k_errorInvalidHandle;
   }
+  const auto* h = static_cast<WaitHandle*>(event);
+  // A signal already there is taken without a poll.
+  if (h->kind == WaitHandle::Kind::AutoEvent && platform::detail::TryConsume(h)) return k_waitObject0;
   int index = 0;
-  return platform::detail::WaitAny(std::vector<void*>{event}, milliseconds, index);
+  return platform::detail::WaitAny(&event, 1, milliseconds, index);
 }
 
 uint64_t Limit(unsigned int milliseconds) { return milliseconds == k_infinite ? UINT64_MAX : milliseconds; }
@@ -147,7 +161,7 @@ unsigned int WaitForMultipleEventsEx(const std::vector<void*>& events, unsigned 
       return platform::k_errorInvalidHandle;
     }
   }
-  return platform::detail::WaitAny(events, Limit(milliseconds), index);
+  return platform::detail::WaitAny(events.data(), events.size(), Limit(milliseconds), index);
 }
 
 namespace priv {

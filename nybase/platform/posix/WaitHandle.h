@@ -6,7 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
-#include <vector>
+#include <cstddef>
 
 namespace lu::platform::detail {
 
@@ -27,6 +27,6 @@ struct ThreadHandle : WaitHandle {
 
 // Waits for any of `handles` (null handles already rejected by the caller) up to `milliseconds`
 // (UINT64_MAX: no limit). 0 with `index` set, 258 on time-out, or the error number.
-unsigned int WaitAny(const std::vector<void*>& handles, uint64_t milliseconds, int& index);
+unsigned int WaitAny(void* const* handles, size_t count, uint64_t milliseconds, int& index);
 
 }  // namespace lu::platform::detail
