@@ -95,6 +95,27 @@ TEST(Events, ManyWaitersOnAManualEventAllWake) {
   EXPECT_EQ(woke.load(), 8);
 }
 
+// Ping-pong between a thread waiting on several handles and one waiting on one: a lost wake-up
+// shows as a time-out.
+TEST(Events, PingPongThroughSingleAndMultipleWaitsLosesNoWakeUp) {
+  Event ping(false), pong(false), idle(true);
+  constexpr int k_rounds = 3000;
+  std::atomic<int> failures{0};
+  std::thread partner([&] {
+    int index = -1;
+    for (int i = 0; i < k_rounds; ++i) {
+      if (lu::WaitForMultipleEventsEx({idle.h, ping.h}, 10000, index) != 0 || index != 1) ++failures;
+      lu::SignalEventEx(pong.h);
+    }
+  });
+  for (int i = 0; i < k_rounds; ++i) {
+    lu::SignalEventEx(ping.h);
+    if (lu::WaitForEventEx(pong.h, 10000) != 0) ++failures;
+  }
+  partner.join();
+  EXPECT_EQ(failures.load(), 0);
+}
+
 TEST(Threads, HandleIsSignalledWhenTheFunctionReturns) {
   Event go(true);
   void* thread = lu::platform::CreateThread([](void* p) { lu::WaitForEventEx(*static_cast<void**>(p)); }, &go.h, 1 << 20);

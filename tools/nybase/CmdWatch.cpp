@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <cstdio>
 #include <ctime>
 #include <mutex>
@@ -44,6 +46,10 @@ const CommandSpec& WatchSpec() {
 }
 
 namespace {
+
+volatile std::sig_atomic_t s_interrupted = 0;
+
+void OnSignal(int) { s_interrupted = 1; }
 
 bool IsWavPath(const std::string& native) {
   if (native.size() < 4) return false;
@@ -106,15 +112,11 @@ class Printer {
     m_changed.notify_all();
   }
 
-  // Waits until the batches are done, the folder has gone, or `signals` arrives.
-  void WaitUntilDone(const sigset_t& signals) {
-    for (;;) {
-      {
-        std::unique_lock<std::mutex> guard(m_lock);
-        if (m_changed.wait_for(guard, std::chrono::milliseconds(100), [&] { return m_done; })) return;
-      }
-      timespec zero{0, 0};
-      if (::sigtimedwait(&signals, nullptr, &zero) > 0) return;
+  // Waits until the batches are done, the folder has gone, or a signal has come.
+  void WaitUntilDone() {
+    std::unique_lock<std::mutex> guard(m_lock);
+    while (!m_changed.wait_for(guard, std::chrono::milliseconds(50), [&] { return m_done; })) {
+      if (s_interrupted != 0) return;
     }
   }
 
@@ -157,14 +159,12 @@ int RunWatch(int argc, char** argv) {
   std::string rootNative;
   lu::platform::ToNativePath(root.c_str(), root.GetFullPath().size(), rootNative);
 
-  // Ctrl-C and termination are taken by the main thread only: block them before the watcher's
-  // thread starts, so it inherits the mask, and poll for them while waiting.
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGINT);
-  sigaddset(&signals, SIGTERM);
-  sigaddset(&signals, SIGHUP);
-  ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  // Ctrl-C and termination end the watch cleanly: the handler only raises a flag that the main
+  // thread polls, whichever thread the signal lands on.
+  struct sigaction action{};
+  action.sa_handler = &OnSignal;
+  sigemptyset(&action.sa_mask);
+  for (int sig : {SIGINT, SIGTERM, SIGHUP}) ::sigaction(sig, &action, nullptr);
 
   Printer printer(args.Has("json"), args.Has("info"), count, rootNative);
   DirectoryWatcher watcher(static_cast<unsigned int>(quietMs));
@@ -176,7 +176,7 @@ int RunWatch(int argc, char** argv) {
     PrintError(cmdSpec, dir + ": cannot be watched");
     return k_exitFailure;
   }
-  printer.WaitUntilDone(signals);
+  printer.WaitUntilDone();
   watcher.Stop();
   return k_exitOk;
 }

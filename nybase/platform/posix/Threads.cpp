@@ -1,5 +1,5 @@
 // POSIX backend of threads: kernel thread ids, pthread names (15 bytes at most), thread handles
-// with an eventfd set at exit, and background priority through the thread's nice value.
+// that are set when the thread's function returns, and background priority through the thread's nice value.
 #include <nybase/platform/Threads.h>
 
 #include <errno.h>
@@ -35,8 +35,7 @@ void ReleaseHandle(platform::detail::ThreadHandle* h) {
 void* ThreadMain(void* p) {
   auto* h = static_cast<platform::detail::ThreadHandle*>(p);
   h->function(h->argument);
-  const uint64_t one = 1;
-  [[maybe_unused]] const ssize_t n = ::write(h->fd, &one, sizeof one);
+  platform::detail::SetHandle(h);
   ReleaseHandle(h);
   return nullptr;
 }
