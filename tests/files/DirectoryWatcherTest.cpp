@@ -33,7 +33,7 @@ class Receiver {
     m_changed.notify_all();
     if (m_slow) std::this_thread::sleep_for(300ms);
     if (m_hold) {
-      m_released.wait_for(guard, k_patience, [&] { return !m_hold; });
+      m_released.wait_for(guard, 8 * k_patience, [&] { return !m_hold; });  // filling a queue is slow
     }
   }
   // Makes the next callback keep the worker until Release: changes pile up in the system's queue.
