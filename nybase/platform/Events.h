@@ -6,13 +6,14 @@
 #include <vector>
 
 #include <nybase/base/NyResult.h>
+#include <nybase/platform/LastError.h>
 
 namespace lu {
 
 // Results of every wait function: 0 signalled, 258 timed out, anything else the system error
 // number of a wait that failed (87 invalid parameter, 6 invalid handle).
 inline constexpr unsigned int k_waitObject0 = 0;
-inline constexpr unsigned int k_waitTimeout = 258;
+using platform::k_waitTimeout;  // 258, one constant for both namespaces
 // A time limit of this value waits without a limit.
 inline constexpr unsigned int k_infinite = 0xFFFFFFFFu;
 

@@ -10,8 +10,8 @@ namespace lu {
 
 // Names the calling thread. The system keeps at most 15 bytes of a thread name, so the name shown
 // by debuggers and `ps` is the longest UTF-8 prefix of at most 15 bytes that ends on a character
-// boundary; the full name stays readable through platform::GetCurrentThreadName and in the
-// tracked-thread registry. A null name does nothing.
+// boundary; the full name stays readable through platform::GetCurrentThreadName and, for a
+// tracked thread, in the registry. A null name does nothing.
 void SetCurrentThreadName(const wchar_t* name);
 // Waits up to `milliseconds` (k_infinite: no limit) for a thread handle to end: 0 when it has
 // ended, 258 on time-out, else the error number (6 for a null handle).

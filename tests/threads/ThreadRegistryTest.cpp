@@ -27,7 +27,7 @@ TEST(ThreadRegistry, TracksNamesAndReportsLeftovers) {
     lu::priv::NameCurrentTrackedThread(L"untracked");
     EXPECT_TRUE(lu::priv::CheckTrackedThreadCount()) << "naming an untracked thread adds nothing";
     lu::priv::TrackCurrentThread();
-    lu::priv::NameCurrentTrackedThread(L"a worker with a long name");
+    lu::SetCurrentThreadName(L"a worker with a long name");
     lu::priv::TrackCurrentThread();  // keeps the name
     const uint32_t id = lu::platform::GetCurrentThreadId();
     char hex[16];

@@ -53,6 +53,7 @@ void SetCurrentThreadName(const wchar_t* name) {
     utf8.resize(cut);
   }
   ::pthread_setname_np(::pthread_self(), utf8.c_str());
+  priv::NameCurrentTrackedThread(name);
 }
 
 unsigned int WaitForThread(void* const& thread, unsigned int milliseconds) {
