@@ -195,7 +195,8 @@ void WatcherManyFiles(benchmark::State& state) {
     }
     w.Stop();
     state.counters["delivered"] = static_cast<double>(c.all.size());
-    state.counters["expected"] = static_cast<double>(expected);
+    state.counters["missing"] = static_cast<double>(c.all.size() >= expected ? 0 : expected - c.all.size());
+    state.counters["lost_flag"] = c.all.count(CStdStr<wchar_t>()) != 0 ? 1 : 0;
     state.counters["write_s"] = Seconds(lastWrite - t0);
     state.counters["last_write_to_callback_ms"] = Seconds(c.last - lastWrite) * 1e3;
     state.counters["quiet_ms"] = k_quietMs;
