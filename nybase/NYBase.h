@@ -5,6 +5,7 @@
 
 // Shared vocabulary types.
 #include <nybase/base/Expected.h>
+#include <nybase/base/FastDelegate.h>
 #include <nybase/base/ILMDBService.h>
 #include <nybase/base/INotifyMgr.h>
 #include <nybase/base/IProgress.h>
@@ -17,6 +18,8 @@
 // Platform services.
 #include <nybase/platform/CurrentDirectory.h>
 #include <nybase/platform/DirectoryApi.h>
+#include <nybase/platform/DirectoryChanges.h>
+#include <nybase/platform/Events.h>
 #include <nybase/platform/FileApi.h>
 #include <nybase/platform/FileMapping.h>
 #include <nybase/platform/FullPathName.h>
@@ -26,9 +29,12 @@
 #include <nybase/platform/NativePath.h>
 #include <nybase/platform/Process.h>
 #include <nybase/platform/Random.h>
+#include <nybase/platform/ReaderWriterLock.h>
 #include <nybase/platform/Resources.h>
 #include <nybase/platform/StdioFile.h>
 #include <nybase/platform/SystemTime.h>
+#include <nybase/platform/Threads.h>
+#include <nybase/platform/Timers.h>
 #include <nybase/platform/Utf.h>
 
 // Text.
@@ -38,15 +44,18 @@
 #include <nybase/text/CachedString.h>
 #include <nybase/text/CommandLine.h>
 #include <nybase/text/ConcatHelper.h>
+#include <nybase/text/LocaleHelpers.h>
 #include <nybase/text/NoCaseStringComp.h>
 #include <nybase/text/ROString.h>
 #include <nybase/text/RegexHelpers.h>
 #include <nybase/text/StringHelp.h>
 #include <nybase/text/StringHelpWildcard.h>
+#include <nybase/text/Timestamp.h>
 
 // Files.
 #include <nybase/files/ByteStreamInterfaces.h>
 #include <nybase/files/DirectoryRecursive.h>
+#include <nybase/files/DirectoryWatcher.h>
 #include <nybase/files/Environment.h>
 #include <nybase/files/File.h>
 #include <nybase/files/FileHelp.h>

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 
 namespace lu::platform {
 
@@ -19,5 +20,11 @@ struct SYSTEMTIME {
 
 // Fills *out with the current local time (the process's time zone). A null out does nothing.
 void GetLocalTime(SYSTEMTIME* out) noexcept;
+
+// Seconds since 1970-01-01 UTC, from the real-time clock.
+int64_t GetTime64() noexcept;
+// Breaks `seconds` since 1970-01-01 UTC down into the process's local time zone (TZ). False, and
+// *out untouched, when the C library cannot represent that instant.
+bool LocalTime64(int64_t seconds, std::tm& out) noexcept;
 
 }  // namespace lu::platform

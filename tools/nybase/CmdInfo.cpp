@@ -14,6 +14,7 @@
 #include "AudioInput.h"
 #include "Catalogue.h"
 #include "Commands.h"
+#include "InfoReport.h"
 #include "Json.h"
 #include "Runner.h"
 
@@ -246,6 +247,16 @@ int RunInfo(int argc, char** argv) {
     return FileOutcome{json ? AsJson(files[i], *reader, warnings) : AsText(files[i], *reader, warnings), {}, true};
   });
   return failed == 0 ? k_exitOk : k_exitFailure;
+}
+
+}  // namespace nybase::tool
+
+namespace nybase::tool {
+
+std::string InfoReport(const std::string& file, bool json, std::string& error) {
+  const auto reader = OpenWav(file, error);
+  if (!reader) return {};
+  return json ? AsJson(file, *reader) : AsText(file, *reader);
 }
 
 }  // namespace nybase::tool

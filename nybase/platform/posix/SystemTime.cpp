@@ -1,4 +1,4 @@
-// GetLocalTime on clock_gettime and localtime_r.
+// GetLocalTime, GetTime64 and LocalTime64 on clock_gettime, time and localtime_r.
 #include <nybase/platform/SystemTime.h>
 
 #include <time.h>
@@ -25,6 +25,16 @@ void GetLocalTime(SYSTEMTIME* out) noexcept {
   // A leap second (60) is folded into 59, as the broken-down Windows time has no such second.
   out->wSecond = static_cast<uint16_t>(local.tm_sec > 59 ? 59 : local.tm_sec);
   out->wMilliseconds = static_cast<uint16_t>(ts.tv_nsec / 1000000);
+}
+
+int64_t GetTime64() noexcept { return static_cast<int64_t>(::time(nullptr)); }
+
+bool LocalTime64(int64_t seconds, std::tm& out) noexcept {
+  const time_t secs = static_cast<time_t>(seconds);
+  tm local{};
+  if (::localtime_r(&secs, &local) == nullptr) return false;
+  out = local;
+  return true;
 }
 
 }  // namespace lu::platform
