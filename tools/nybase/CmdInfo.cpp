@@ -241,22 +241,18 @@ int RunInfo(int argc, char** argv) {
   if (args.Has("recursive")) return RunCatalogue(cmdSpec, files, jobs, json);
   const size_t failed = RunInOrder(cmdSpec.name, files.size(), jobs, [&](size_t i, JobProgress&) {
     std::string error;
-    std::vector<std::string> warnings;
-    const auto reader = OpenWav(files[i], error, &warnings);
-    if (!reader) return FailedFile(files[i], error, json);
-    return FileOutcome{json ? AsJson(files[i], *reader, warnings) : AsText(files[i], *reader, warnings), {}, true};
+    std::string report = InfoReport(files[i], json, error);
+    if (!error.empty()) return FailedFile(files[i], error, json);
+    return FileOutcome{std::move(report), {}, true};
   });
   return failed == 0 ? k_exitOk : k_exitFailure;
 }
 
-}  // namespace nybase::tool
-
-namespace nybase::tool {
-
 std::string InfoReport(const std::string& file, bool json, std::string& error) {
-  const auto reader = OpenWav(file, error);
+  std::vector<std::string> warnings;
+  const auto reader = OpenWav(file, error, &warnings);
   if (!reader) return {};
-  return json ? AsJson(file, *reader) : AsText(file, *reader);
+  return json ? AsJson(file, *reader, warnings) : AsText(file, *reader, warnings);
 }
 
 }  // namespace nybase::tool
