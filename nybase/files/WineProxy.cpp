@@ -8,6 +8,8 @@
 #include <fmt/printf.h>
 #include <fmt/xchar.h>
 
+#include <nybase/files/FileInputStream.h>
+#include <nybase/files/Path.h>
 #include <nybase/platform/Process.h>
 #include <nybase/platform/Utf.h>
 
@@ -52,6 +54,46 @@ void WineProxy::ConvertRelativePathUnixToWindows(const CStdStr<wchar_t>& in, CSt
   out = in;
   for (wchar_t& c : out) {
     if (c == L'/') c = L'\\';
+  }
+}
+
+bool WineProxy::GetExecPathFromApp(const CStdStr<wchar_t>& appPath, CStdStr<wchar_t>& execPath) const {
+  lu::Path plist = lu::Path::Join({appPath, L"Contents", L"Info.plist"});
+  lu::FileInputStream stream;
+  if (!stream.Open(plist.GetFsPath().native())) {
+    CStdStr<wchar_t> windows;
+    if (ConvertPathUnixToWindows(appPath, windows)) {
+      plist = lu::Path::Join({windows, L"Contents", L"Info.plist"});
+      stream.Close();
+      stream.Open(plist.GetFsPath().native());
+    }
+    if (!stream.IsOpen()) return false;
+  }
+  CStdStr<wchar_t> name;
+  CStdStr<wchar_t> line;
+  while (name.empty() && stream.ReadString(line, false)) {
+    if (line.find(L"CFBundleExecutable") == std::wstring::npos) continue;
+    if (!stream.ReadString(line, false)) break;
+    const size_t open = line.find(L"<string>");
+    const size_t close = line.find(L"</string>");
+    if (open != std::wstring::npos && close != std::wstring::npos && close >= open + 8) {
+      name = line.substr(open + 8, close - open - 8);
+    }
+  }
+  if (name.empty()) return false;
+  const lu::Path exec = lu::Path::Join({plist.GetParent(), L"MacOS", name});
+  if (!exec.Exists()) return false;
+  execPath = exec.GetFsPath().native();
+  return true;
+}
+
+void WineProxy::ConvertWineApplicationPathToMacOS(CStdStr<wchar_t>& path) const {
+  CStdStr<wchar_t> exec;
+  if (GetExecPathFromApp(path, exec) && ConvertPathWindowsToUnix(exec, path)) return;
+  if (!lu::Path(path).GetRootName().empty()) {
+    ConvertPathWindowsToUnix(path, path);
+  } else {
+    ConvertRelativePathWindowsToUnix(path, path);
   }
 }
 

@@ -36,6 +36,15 @@ class WineProxy {
   void ConvertRelativePathWindowsToUnix(const CStdStr<wchar_t>& in, CStdStr<wchar_t>& out) const;
   // Copies with every '/' turned into '\' (`in` and `out` may be one string).
   void ConvertRelativePathUnixToWindows(const CStdStr<wchar_t>& in, CStdStr<wchar_t>& out) const;
+  // The executable of a macOS application bundle: the CFBundleExecutable name from
+  // `appPath`\Contents\Info.plist (read line by line: the line after the key, between "<string>"
+  // and "</string>"), as `appPath`\Contents\MacOS\NAME when that exists. When the property list
+  // does not open, `appPath` is first converted with ConvertPathUnixToWindows. False when no name
+  // is found or the executable does not exist; `execPath` is untouched then.
+  bool GetExecPathFromApp(const CStdStr<wchar_t>& appPath, CStdStr<wchar_t>& execPath) const;
+  // Turns a Windows application path into the Unix path of its executable; failing that, converts
+  // the path itself (absolute or relative rules). Silent on failure.
+  void ConvertWineApplicationPathToMacOS(CStdStr<wchar_t>& path) const;
   // "/usr/bin/open".
   const CStdStr<wchar_t>& GetFileDirOpener() const;
   // Runs `open [-n ]-a ARGUMENTS` through Wine's start.exe; true when the command returned 0.

@@ -8,7 +8,10 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
+#include <cstring>
 #include <thread>
+
+#include "../support/TestSupport.h"
 
 #include <nybase/files/Environment.h>
 #include <nybase/files/Library.h>
@@ -200,6 +203,38 @@ TEST(WineProxy, NoWineLayerButTheCommandTextsStand) {
   EXPECT_EQ(ran[1], start + L"\"open -n -a X\"");
   EXPECT_EQ(ran[2], start + L"\"ls\"");
   EXPECT_EQ(ran[3], start + L"\"cd /a\\ b\\(1\\)\\[2\\] && ls -l\"");
+}
+
+// The executable named by a bundle's property list, read line by line.
+TEST(WineProxy, ExecutableFromTheBundlesPropertyList) {
+  nytest::TempDir dir;
+  const lu::WineProxy& proxy = lu::WineProxy::Get();
+  const struct {
+    const char* plist;
+    bool found;
+  } cases[] = {
+      {"<dict>\n\t<key>CFBundleExecutable</key>\r\n\t\t<string>App</string>\r\n</dict>\n", true},
+      {"<key>CFBundleExecutable</key>\n<true/>\n<string>App</string>\n", false},  // only the next line counts
+      {"<key>CFBundleName</key>\n<string>App</string>\n<key>CFBundleExecutable</key>", false},  // key on the last line
+      {"<key>CFBundleExecutable</key>\n<string>Other</string>\n", false},  // no such executable
+  };
+  std::filesystem::create_directories(dir.Native("Some.app/Contents/MacOS"));
+  nytest::WriteFileBytes(dir.Native("Some.app/Contents/MacOS/App"), {'x'});
+  for (const auto& c : cases) {
+    nytest::WriteFileBytes(dir.Native("Some.app/Contents/Info.plist"), std::vector<uint8_t>(c.plist, c.plist + std::strlen(c.plist)));
+    CStdStr<wchar_t> exec = L"untouched";
+    EXPECT_EQ(proxy.GetExecPathFromApp(dir.Wide("Some.app"), exec), c.found) << c.plist;
+    EXPECT_EQ(exec, c.found ? dir.Wide("Some.app") + L"\\Contents\\MacOS\\App" : L"untouched") << c.plist;
+  }
+  CStdStr<wchar_t> none;
+  EXPECT_FALSE(proxy.GetExecPathFromApp(dir.Wide("Missing.app"), none));
+  // Without Wine the absolute conversion fails and the path stays; a relative one is converted.
+  CStdStr<wchar_t> path = dir.Wide("Some.app");
+  proxy.ConvertWineApplicationPathToMacOS(path);
+  EXPECT_EQ(path, dir.Wide("Some.app"));
+  path = L"rel\\x.app";
+  proxy.ConvertWineApplicationPathToMacOS(path);
+  EXPECT_EQ(path, L"rel/x.app");
 }
 
 TEST(MacroExpansion, OnePassOverTableThenEnvironment) {
