@@ -44,6 +44,9 @@
 
 // Documents.
 #include <nybase/documents/IXmlReader.h>
+#include <nybase/documents/RapidJsonConfig.h>
+#include <nybase/documents/ThinJson.h>
+#include <nybase/documents/ThinJsonSchema.h>
 #include <nybase/documents/XmlReader.h>
 #include <nybase/documents/XmlValidation.h>
 
