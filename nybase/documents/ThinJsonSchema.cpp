@@ -53,8 +53,9 @@ Findings Walk(RapidJsonValue& root, detail::SchemaExtras& extras, rapidjson::Mem
   while (!stack.empty()) {
     RapidJsonValue& v = *stack.back();
     stack.pop_back();
+    // Children go on in reverse, so they come off (and issues are listed) in document order.
     if (v.IsArray()) {
-      for (RapidJsonValue& e : v.GetArray()) stack.push_back(&e);
+      for (auto e = v.End(); e != v.Begin();) stack.push_back(--e);
       continue;
     }
     if (!v.IsObject()) continue;
@@ -73,7 +74,7 @@ Findings Walk(RapidJsonValue& root, detail::SchemaExtras& extras, rapidjson::Mem
         }
       }
     }
-    for (auto& m : v.GetObject()) stack.push_back(&m.value);
+    for (auto m = v.MemberEnd(); m != v.MemberBegin();) stack.push_back(&(--m)->value);
   }
   return found;
 }
