@@ -74,7 +74,8 @@ Findings Walk(RapidJsonValue& root, detail::SchemaExtras& extras, rapidjson::Mem
         }
       }
     }
-    for (auto m = v.MemberEnd(); m != v.MemberBegin();) stack.push_back(&(--m)->value);
+    RapidJsonMember* const first = v.MemberBegin().operator->();
+    for (RapidJsonMember* m = v.MemberEnd().operator->(); m != first;) stack.push_back(&(--m)->value);
   }
   return found;
 }
