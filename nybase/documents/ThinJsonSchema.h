@@ -22,8 +22,9 @@
 //   GetIssues() under the key k_csRefNoRemoteSchema; the compiled schema then ignores that $ref,
 //   as 1.1.0 does.
 // - 1.1.0's pattern engine reads past the end of a pattern that is not well-formed UTF-8, and
-//   recurses without end on a repeated group that can match nothing ("(a*)*", "(a?)+"), and
-//   expands counted repetitions without limit. Such patterns (in "pattern" or as keys of
+//   recurses without end on a repeated group that can match nothing ("(a*)*", "(a?)+"), reads
+//   outside its operand stack on an empty group or alternative ("a||b", "()"), and expands
+//   counted repetitions without limit. Such patterns (in "pattern" or as keys of
 //   "patternProperties") are refused before compiling: the schema compiles to one that accepts
 //   nothing, and GetIssues() lists each pattern under k_csPatternRefused. Well-formed non-ASCII
 //   patterns are accepted: 1.1.0 matches them by code point.

@@ -113,6 +113,8 @@ TEST(ThinJsonSchema, PatternScreen) {
       {"(a*)*", false},    {"(a?)+", false},      {"(a|)*", false},          {"(a?){2,}", false},
       {"a**", false},      {"*a", false},         {"a{5000}", false},        {"((a{100}){100})", false},
       {"[a-", false},      {"(a", false},         {"a)", false},             {"a\\", false},
+      {"^||a", false},     {"a|", false},         {"()", false},             {"(|a)", false},
+      {"a|b$", true},      {"a^*", true},         {"^$", true},
   };
   for (const Case& c : cases) EXPECT_EQ(lu::detail::IsSafePattern(c.pattern.data(), c.pattern.size()), c.safe) << c.pattern;
 }

@@ -32,6 +32,8 @@ size_t Saturate(uint64_t v) { return static_cast<size_t>(std::min<uint64_t>(v, k
 struct Group {
   bool current = true;
   bool earlier = false;
+  bool hasOperand = false;  // the alternative being read holds an operand (the engine needs one)
+  bool sawBar = false;
   size_t states = 0;
 };
 
@@ -80,6 +82,7 @@ bool IsSafePattern(const char* pattern, size_t length) {
   auto flush = [&] {
     if (!operand.present) return;
     Group& g = groups.back();
+    g.hasOperand = true;
     g.current = g.current && operand.nullable;
     g.states = Saturate(uint64_t{g.states} + operand.states);
     operand = Operand{};
@@ -94,7 +97,8 @@ bool IsSafePattern(const char* pattern, size_t length) {
         break;
       case ')': {
         flush();
-        if (groups.size() == 1) return false;
+        // An empty group or alternative leaves the engine's operator without operands.
+        if (groups.size() == 1 || !groups.back().hasOperand) return false;
         const Group g = groups.back();
         groups.pop_back();
         operand = Operand{true, g.current || g.earlier, g.states};
@@ -103,6 +107,9 @@ bool IsSafePattern(const char* pattern, size_t length) {
       }
       case '|':
         flush();
+        if (!groups.back().hasOperand) return false;
+        groups.back().hasOperand = false;
+        groups.back().sawBar = true;
         groups.back().earlier = groups.back().earlier || groups.back().current;
         groups.back().current = true;
         ++i;
@@ -139,8 +146,7 @@ bool IsSafePattern(const char* pattern, size_t length) {
       }
       case '^':
       case '$':
-        flush();
-        operand = Operand{true, true, 0};
+        // Anchors only set a flag in the engine, wherever they stand: not an operand.
         ++i;
         break;
       case '\\':
@@ -157,7 +163,8 @@ bool IsSafePattern(const char* pattern, size_t length) {
     }
   }
   flush();
-  return groups.size() == 1 && groups.back().states <= k_maxPatternStates;
+  if (groups.size() != 1 || (groups.back().sawBar && !groups.back().hasOperand)) return false;
+  return groups.back().states <= k_maxPatternStates;
 }
 
 }  // namespace lu::detail
