@@ -28,8 +28,12 @@ using Pointer = rapidjson::GenericPointer<RapidJsonValue, rapidjson::CrtAllocato
 
 struct Findings {
   bool needsCopy = false;   // an additionalProperties false beside patternProperties
-  bool refused = false;     // a pattern failed the screen
+  bool refused = false;     // a pattern or a local reference failed the screen
 };
+
+// Longest chain of local references (a "$ref" to an object whose own "$ref" is local, ...) that
+// rapidjson 1.1.0 is let follow: it follows them recursively, without end on a cycle.
+constexpr int k_maxLocalRefHops = 32;
 
 // The first member named key (rapidjson's compiler reads the first of duplicates too), or null.
 RapidJsonValue* FindFirst(RapidJsonValue& object, BasicStringView<char> key) {
@@ -49,6 +53,7 @@ Findings Walk(RapidJsonValue& root, detail::SchemaExtras& extras, rapidjson::Mem
       extras.issues.push_back({Schema::k_csPatternRefused, CStdStr<char>(s.GetString(), s.GetStringLength())});
     }
   };
+  std::vector<const RapidJsonValue*> localRefs;
   std::vector<RapidJsonValue*> stack{&root};
   while (!stack.empty()) {
     RapidJsonValue& v = *stack.back();
@@ -62,6 +67,8 @@ Findings Walk(RapidJsonValue& root, detail::SchemaExtras& extras, rapidjson::Mem
     if (const RapidJsonValue* ref = FindFirst(v, "$ref"); ref && ref->IsString() && ref->GetStringLength() > 0 &&
                                                           ref->GetString()[0] != '#') {
       extras.refs.push_back({ref->GetString(), ref->GetStringLength()});
+    } else if (ref && ref->IsString() && ref->GetStringLength() > 0) {
+      localRefs.push_back(ref);
     }
     if (const RapidJsonValue* pattern = FindFirst(v, "pattern"); pattern && pattern->IsString()) screen(*pattern);
     if (const RapidJsonValue* props = FindFirst(v, "patternProperties"); props && props->IsObject()) {
@@ -76,6 +83,24 @@ Findings Walk(RapidJsonValue& root, detail::SchemaExtras& extras, rapidjson::Mem
     }
     RapidJsonMember* const first = v.MemberBegin().operator->();
     for (RapidJsonMember* m = v.MemberEnd().operator->(); m != first;) stack.push_back(&(--m)->value);
+  }
+  // 1.1.0 reads a local reference's target as an object without looking, and follows chains of
+  // them recursively: a target that is not an object, or a chain too long (or a cycle), is refused.
+  for (const RapidJsonValue* ref : localRefs) {
+    const RapidJsonValue* hop = ref;
+    for (int hops = 0;; ++hops) {
+      const Pointer pointer(hop->GetString(), hop->GetStringLength());
+      const RapidJsonValue* target = pointer.IsValid() ? pointer.Get(root) : nullptr;
+      if (!target) break;  // 1.1.0 leaves it unresolved
+      const RapidJsonValue* next = target->IsObject() ? FindFirst(const_cast<RapidJsonValue&>(*target), "$ref") : nullptr;
+      if (!target->IsObject() || (hops >= k_maxLocalRefHops && next)) {
+        found.refused = true;
+        extras.issues.push_back({Schema::k_csRefInvalid, CStdStr<char>(ref->GetString(), ref->GetStringLength())});
+        break;
+      }
+      if (!next || !next->IsString() || next->GetStringLength() == 0 || next->GetString()[0] != '#') break;
+      hop = next;
+    }
   }
   return found;
 }

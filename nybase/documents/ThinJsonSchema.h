@@ -28,6 +28,10 @@
 //   "patternProperties") are refused before compiling: the schema compiles to one that accepts
 //   nothing, and GetIssues() lists each pattern under k_csPatternRefused. Well-formed non-ASCII
 //   patterns are accepted: 1.1.0 matches them by code point.
+// - 1.1.0 reads the target of a local "$ref" ("#/...") as an object without testing it, and
+//   follows a chain of local references recursively (without end on a cycle). A schema with a
+//   local reference to a value that is not an object, or a chain longer than 32 hops, is refused
+//   like an unsafe pattern, listed under k_csRefInvalid.
 // - 1.1.0's validator follows an unset schema pointer (and crashes) when an object key matches only a
 //   "patternProperties" pattern while "additionalProperties" is false. Such schemas are compiled
 //   from a private copy in which that false is the equivalent {"not": {}}; a rejected additional
@@ -62,11 +66,12 @@ class Schema {
 
   // One reason a schema compiled incompletely.
   struct Issue {
-    CStdStr<char> key;     // k_csRefNoRemoteSchema or k_csPatternRefused
+    CStdStr<char> key;     // k_csRefNoRemoteSchema, k_csPatternRefused or k_csRefInvalid
     CStdStr<char> detail;  // the $ref text, or the refused pattern
   };
   static constexpr const char* k_csRefNoRemoteSchema = "RefNoRemoteSchema";
   static constexpr const char* k_csPatternRefused = "PatternRefused";
+  static constexpr const char* k_csRefInvalid = "RefInvalid";
 
   // Compiles the document's root (which must outlive this Schema).
   Schema(const Document& document, std::optional<Resolver> resolver);

@@ -128,6 +128,16 @@ TEST(ThinJsonSchema, UnsafePatternsAreRefusedAndPatternPropertiesDoNotCrash) {
   EXPECT_EQ(r.GetIssues()[1].detail, "(x*)*");
   EXPECT_FALSE(Valid(r, "{}"));  // a refused schema accepts nothing
 
+  // Local references that 1.1.0 would read as objects, or follow for ever, are refused the same way.
+  for (const char* text : {R"({"$ref":"#/type","type":"string"})", R"({"$ref":"#"})",
+                           R"({"d":{"a":{"$ref":"#/d/b"},"b":{"$ref":"#/d/a"}},"items":{"$ref":"#/d/a"}})"}) {
+    const Document bad = MustParse(text);
+    const Schema refusedRef(bad, std::nullopt);
+    ASSERT_FALSE(refusedRef.GetIssues().empty()) << text;
+    EXPECT_EQ(refusedRef.GetIssues()[0].key, "RefInvalid") << text;
+    EXPECT_FALSE(Valid(refusedRef, "[]")) << text;
+  }
+
   // rapidjson 1.1.0 alone crashes validating {"amele":1} here; the caller's JSON stays as written.
   const Document doc = MustParse(R"({"patternProperties":{"^\u00e1|^a":{"type":"integer"}},"additionalProperties":false})");
   const Schema s(doc, std::nullopt);

@@ -93,6 +93,7 @@ TEST(ToolValidate, JsonDocumentsAgainstJsonSchemasWithFileReferences) {
   WriteText(dir.Native("good.json"), R"({"take":{"rate":48000,"m":[1,2]}})");
   WriteText(dir.Native("bad.json"), R"({"take":{"rate":48000,"m":[1,"x"]}})");
   WriteText(dir.Native("broken.json"), "[1,]");
+  WriteText(dir.Native("badutf.json"), "{\"take\":{\"n\":\"\xF0\"}}");
   struct Case {
     std::string doc, schema;
     int exitCode, code;
@@ -103,6 +104,7 @@ TEST(ToolValidate, JsonDocumentsAgainstJsonSchemasWithFileReferences) {
       {"good.json", "dangling.json", 1, 3, dir.Native("dangling.json") + ": $ref \"nowhere.json#/x\" cannot be resolved", "",
        "RefNoRemoteSchema"},
       {"broken.json", "take.schema.json", 1, 5, dir.Native("broken.json") + ": not valid JSON: Invalid value.", "", ""},
+      {"badutf.json", "take.schema.json", 1, 5, dir.Native("badutf.json") + ": not valid JSON: a string is not", "", ""},
   };
   for (const Case& c : cases) {
     const std::string args = Quote(dir.Native(c.doc)) + " " + Quote(dir.Native(c.schema));

@@ -78,6 +78,41 @@ class SchemaLoader {
   std::map<std::string, std::unique_ptr<Entry>> m_entries;
 };
 
+// True when s is well-formed UTF-8 (JSON text must be). rapidjson 1.1.0's validator decodes
+// strings for lengths and patterns and reads past the end of a truncated sequence.
+bool IsUtf8(const char* s, size_t n) {
+  const auto* p = reinterpret_cast<const unsigned char*>(s);
+  for (size_t i = 0; i < n;) {
+    const unsigned c = p[i];
+    const size_t len = c < 0x80 ? 1 : (c >= 0xC2 && c <= 0xDF) ? 2 : (c >= 0xE0 && c <= 0xEF) ? 3 : (c >= 0xF0 && c <= 0xF4) ? 4 : 0;
+    if (len == 0 || len > n - i) return false;
+    for (size_t k = 1; k < len; ++k) {
+      if ((p[i + k] & 0xC0) != 0x80) return false;
+    }
+    i += len;
+  }
+  return true;
+}
+
+// True when every string and key of the tree is well-formed UTF-8 (walked without recursion).
+bool AllUtf8(lu::ThinJson::Variant root) {
+  std::vector<lu::ThinJson::Variant> stack{root};
+  while (!stack.empty()) {
+    const lu::ThinJson::Variant v = stack.back();
+    stack.pop_back();
+    if (v.IsString() && !IsUtf8(v.GetString().data(), v.GetString().size())) return false;
+    if (v.IsArray()) {
+      for (const lu::ThinJson::Variant& e : v.GetArray()) stack.push_back(e);
+    } else if (v.IsMap()) {
+      for (const lu::ThinJson::MapItem& m : v.GetMap()) {
+        if (!IsUtf8(m.GetKey().data(), m.GetKey().size())) return false;
+        stack.push_back(m.GetValue());
+      }
+    }
+  }
+  return true;
+}
+
 std::string UriFragment(const rapidjson::GenericPointer<lu::ThinJson::RapidJsonValue>& p) {
   rapidjson::StringBuffer out;
   p.Stringify(out);
@@ -116,9 +151,10 @@ JsonValidationResult ValidateJsonFile(const std::string& doc, const std::string&
     }
     if (!entry->schema) continue;
     for (const Schema::Issue& issue : entry->schema->GetIssues()) {
-      const std::string what = issue.key == Schema::k_csPatternRefused
-                                   ? "pattern \"" + issue.detail + "\" is refused (unsafe for the pattern engine)"
-                                   : "$ref \"" + issue.detail + "\" cannot be resolved";
+      const std::string what =
+          issue.key == Schema::k_csPatternRefused ? "pattern \"" + issue.detail + "\" is refused (unsafe for the pattern engine)"
+          : issue.key == Schema::k_csRefInvalid  ? "$ref \"" + issue.detail + "\" does not lead to a schema object (or loops)"
+                                                 : "$ref \"" + issue.detail + "\" cannot be resolved";
       fail(3, "", issue.key, issue.detail, shown + ": " + what);
     }
   }
@@ -133,6 +169,10 @@ JsonValidationResult ValidateJsonFile(const std::string& doc, const std::string&
   auto parsed = lu::ThinJson::priv::ParseAllowComments(*text);
   if (!parsed) {
     fail(5, "", "", "", doc + ": not valid JSON: " + parsed.Error());
+    return result;
+  }
+  if (!AllUtf8(parsed->GetRoot())) {
+    fail(5, "", "", "", doc + ": not valid JSON: a string is not well-formed UTF-8");
     return result;
   }
   rapidjson::GenericSchemaValidator<lu::ThinJson::RapidJsonSchemaDocument> validator(root.schema->GetRapidJson());
