@@ -507,7 +507,8 @@ int main(int argc, char** argv) {
       Save("adm", "axml_chna_" + std::to_string(n) + "_" + std::to_string(order) + ".bin", b);
     }
   }
-  // The ThinJson target takes a mode byte (bit 0 schema, bit 1 comments, bit 2 resolvable refs).
+  // The ThinJson target takes a mode byte (bit 0 schema, bit 1 comments, bit 2 resolvable refs,
+  // bit 3 validation of the schema's own JSON against it).
   const char* jsons[] = {
       R"({"a":[1,-2,3.5e10,18446744073709551615,"s\u00e9\ud834\udd1e",true,false,null],"a":{}})",
       "\xEF\xBB\xBF// c\n[/* x */ {\"k\": \"v\"}]",
@@ -517,7 +518,7 @@ int main(int argc, char** argv) {
   };
   int j = 0;
   for (const char* json : jsons) {
-    for (uint8_t mode : {0, 3, 5}) {
+    for (uint8_t mode : {0, 3, 5, 13}) {
       Bytes b{mode};
       Append(b, Text(json));
       Save("thin_json", std::to_string(mode) + "_json" + std::to_string(j) + ".bin", b);

@@ -36,6 +36,9 @@
 //   "patternProperties" pattern while "additionalProperties" is false. Such schemas are compiled
 //   from a private copy in which that false is the equivalent {"not": {}}; a rejected additional
 //   property is then reported under the keyword "not" at ".../additionalProperties".
+// - 1.1.0's validator decodes the document's strings (for lengths and patterns) and reads past the
+//   end of a truncated UTF-8 sequence; the parsers here do not check encoding. Validate only
+//   documents whose strings are well-formed UTF-8 (`nybase validate` checks before validating).
 namespace lu::ThinJson {
 
 using RapidJsonSchemaDocument = rapidjson::GenericSchemaDocument<RapidJsonValue, rapidjson::CrtAllocator>;
