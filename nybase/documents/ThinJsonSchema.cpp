@@ -70,9 +70,29 @@ Findings Walk(RapidJsonValue& root, detail::SchemaExtras& extras, rapidjson::Mem
     } else if (ref && ref->IsString() && ref->GetStringLength() > 0) {
       localRefs.push_back(ref);
     }
+    // 1.1.0 leaves a null schema (which its validator then follows) where these keywords hold
+    // something other than objects, and reads a non-object "patternProperties" as an object.
+    auto notSchema = [&](const char* keyword) {
+      found.refused = true;
+      extras.issues.push_back({Schema::k_csSchemaInvalid, keyword});
+    };
+    auto allObjects = [](const RapidJsonValue& a) {
+      for (const RapidJsonValue& e : a.GetArray()) {
+        if (!e.IsObject()) return false;
+      }
+      return true;
+    };
+    if (const RapidJsonValue* x = FindFirst(v, "not"); x && !x->IsObject()) notSchema("not");
+    for (const char* keyword : {"allOf", "anyOf", "oneOf", "items"}) {
+      if (const RapidJsonValue* x = FindFirst(v, keyword); x && x->IsArray() && !allObjects(*x)) notSchema(keyword);
+    }
+    if (const RapidJsonValue* x = FindFirst(v, "patternProperties"); x && !x->IsObject()) notSchema("patternProperties");
     if (const RapidJsonValue* pattern = FindFirst(v, "pattern"); pattern && pattern->IsString()) screen(*pattern);
     if (const RapidJsonValue* props = FindFirst(v, "patternProperties"); props && props->IsObject()) {
-      for (const auto& m : props->GetObject()) screen(m.name);
+      for (const auto& m : props->GetObject()) {
+        screen(m.name);
+        if (!m.value.IsObject()) notSchema("patternProperties");
+      }
       if (RapidJsonValue* additional = FindFirst(v, "additionalProperties"); additional && additional->IsFalse()) {
         found.needsCopy = true;
         if (rewrite) {
@@ -90,10 +110,11 @@ Findings Walk(RapidJsonValue& root, detail::SchemaExtras& extras, rapidjson::Mem
     const RapidJsonValue* hop = ref;
     for (int hops = 0;; ++hops) {
       const Pointer pointer(hop->GetString(), hop->GetStringLength());
-      const RapidJsonValue* target = pointer.IsValid() ? pointer.Get(root) : nullptr;
-      if (!target) break;  // 1.1.0 leaves it unresolved
-      const RapidJsonValue* next = target->IsObject() ? FindFirst(const_cast<RapidJsonValue&>(*target), "$ref") : nullptr;
-      if (!target->IsObject() || (hops >= k_maxLocalRefHops && next)) {
+      if (!pointer.IsValid()) break;  // 1.1.0 ignores the $ref
+      // A missing target leaves a null schema in 1.1.0 where no default stands (as under "not").
+      const RapidJsonValue* target = pointer.Get(root);
+      const RapidJsonValue* next = target && target->IsObject() ? FindFirst(const_cast<RapidJsonValue&>(*target), "$ref") : nullptr;
+      if (!target || !target->IsObject() || (hops >= k_maxLocalRefHops && next)) {
         found.refused = true;
         extras.issues.push_back({Schema::k_csRefInvalid, CStdStr<char>(ref->GetString(), ref->GetStringLength())});
         break;

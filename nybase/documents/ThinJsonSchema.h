@@ -28,10 +28,15 @@
 //   "patternProperties") are refused before compiling: the schema compiles to one that accepts
 //   nothing, and GetIssues() lists each pattern under k_csPatternRefused. Well-formed non-ASCII
 //   patterns are accepted: 1.1.0 matches them by code point.
-// - 1.1.0 reads the target of a local "$ref" ("#/...") as an object without testing it, and
-//   follows a chain of local references recursively (without end on a cycle). A schema with a
-//   local reference to a value that is not an object, or a chain longer than 32 hops, is refused
-//   like an unsafe pattern, listed under k_csRefInvalid.
+// - 1.1.0 reads the target of a local "$ref" ("#/...") as an object without testing it, follows a
+//   chain of local references recursively (without end on a cycle), and leaves a null schema for
+//   a target that is missing. A schema with a local reference to a missing value or a value that
+//   is not an object, or a chain longer than 32 hops, is refused like an unsafe pattern, listed
+//   under k_csRefInvalid.
+// - 1.1.0 leaves a null schema, which its validator follows, where "not", an element of "allOf",
+//   "anyOf", "oneOf" or an "items" array, or a value of "patternProperties" is not an object, and
+//   reads a "patternProperties" that is not an object as one. Such a schema is refused too, listed
+//   under k_csSchemaInvalid with the keyword.
 // - 1.1.0's validator follows an unset schema pointer (and crashes) when an object key matches only a
 //   "patternProperties" pattern while "additionalProperties" is false. Such schemas are compiled
 //   from a private copy in which that false is the equivalent {"not": {}}; a rejected additional
@@ -69,12 +74,13 @@ class Schema {
 
   // One reason a schema compiled incompletely.
   struct Issue {
-    CStdStr<char> key;     // k_csRefNoRemoteSchema, k_csPatternRefused or k_csRefInvalid
-    CStdStr<char> detail;  // the $ref text, or the refused pattern
+    CStdStr<char> key;     // one of the k_cs keys below
+    CStdStr<char> detail;  // the $ref text, the refused pattern, or the keyword
   };
   static constexpr const char* k_csRefNoRemoteSchema = "RefNoRemoteSchema";
   static constexpr const char* k_csPatternRefused = "PatternRefused";
   static constexpr const char* k_csRefInvalid = "RefInvalid";
+  static constexpr const char* k_csSchemaInvalid = "SchemaInvalid";
 
   // Compiles the document's root (which must outlive this Schema).
   Schema(const Document& document, std::optional<Resolver> resolver);

@@ -110,12 +110,19 @@ TEST(ThinJsonSchema, UnsafePatternsAreRefusedAndPatternPropertiesDoNotCrash) {
   EXPECT_FALSE(Valid(r, "{}"));  // a refused schema accepts nothing
 
   // Local references that 1.1.0 would read as objects, or follow for ever, are refused the same way.
-  for (const char* text : {R"({"$ref":"#/type","type":"string"})", R"({"$ref":"#"})",
+  for (const char* text : {R"({"$ref":"#/type","type":"string"})", R"({"$ref":"#"})", R"({"not":{"$ref":"#/none"}})",
                            R"({"d":{"a":{"$ref":"#/d/b"},"b":{"$ref":"#/d/a"}},"items":{"$ref":"#/d/a"}})"}) {
     const Document bad = MustParse(text);
     const Schema refusedRef(bad, std::nullopt);
     EXPECT_EQ(refusedRef.GetIssues().at(0).key, "RefInvalid") << text;
     EXPECT_FALSE(Valid(refusedRef, "[]")) << text;
+  }
+
+  // Keywords that must hold schemas and do not: 1.1.0 would leave null schemas behind.
+  for (const char* text : {R"({"not":3})", R"({"anyOf":[{},[]]})", R"({"items":[{},1]})", R"({"patternProperties":[]})",
+                           R"({"patternProperties":{"a":null}})"}) {
+    const Document bad = MustParse(text);
+    EXPECT_EQ(Schema(bad, std::nullopt).GetIssues().at(0).key, "SchemaInvalid") << text;
   }
 
   // rapidjson 1.1.0 alone crashes validating {"amele":1} here; the caller's JSON stays as written.

@@ -154,6 +154,7 @@ JsonValidationResult ValidateJsonFile(const std::string& doc, const std::string&
       const std::string what =
           issue.key == Schema::k_csPatternRefused ? "pattern \"" + issue.detail + "\" is refused (unsafe for the pattern engine)"
           : issue.key == Schema::k_csRefInvalid  ? "$ref \"" + issue.detail + "\" does not lead to a schema object (or loops)"
+          : issue.key == Schema::k_csSchemaInvalid ? "\"" + issue.detail + "\" holds something other than a schema object"
                                                  : "$ref \"" + issue.detail + "\" cannot be resolved";
       fail(3, "", issue.key, issue.detail, shown + ": " + what);
     }
