@@ -1,6 +1,9 @@
 // lu::ThinJson::Schema: screening, compilation through rapidjson 1.1.0 and remote resolution.
 #include <nybase/documents/ThinJsonSchema.h>
 
+#include <set>
+#include <string_view>
+
 #include "internal/PatternScreen.h"
 
 namespace lu::ThinJson {
@@ -87,6 +90,13 @@ Findings Walk(RapidJsonValue& root, detail::SchemaExtras& extras, rapidjson::Mem
       if (const RapidJsonValue* x = FindFirst(v, keyword); x && x->IsArray() && !allObjects(*x)) notSchema(keyword);
     }
     if (const RapidJsonValue* x = FindFirst(v, "patternProperties"); x && !x->IsObject()) notSchema("patternProperties");
+    // 1.1.0 allocates a table per array dependency and loses the first of a duplicated name.
+    if (const RapidJsonValue* x = FindFirst(v, "dependencies"); x && x->IsObject()) {
+      std::set<std::string_view> names;
+      for (const auto& m : x->GetObject()) {
+        if (m.value.IsArray() && !names.insert({m.name.GetString(), m.name.GetStringLength()}).second) notSchema("dependencies");
+      }
+    }
     if (const RapidJsonValue* pattern = FindFirst(v, "pattern"); pattern && pattern->IsString()) screen(*pattern);
     if (const RapidJsonValue* props = FindFirst(v, "patternProperties"); props && props->IsObject()) {
       for (const auto& m : props->GetObject()) {
