@@ -31,7 +31,7 @@ using Pointer = rapidjson::GenericPointer<RapidJsonValue, rapidjson::CrtAllocato
 
 struct Findings {
   bool needsCopy = false;   // an additionalProperties false beside patternProperties
-  bool refused = false;     // a pattern or a local reference failed the screen
+  bool refused = false;     // a pattern, a reference or a keyword value was refused
 };
 
 // Longest chain of local references (a "$ref" to an object whose own "$ref" is local, ...) that
