@@ -90,11 +90,15 @@ Findings Walk(RapidJsonValue& root, detail::SchemaExtras& extras, rapidjson::Mem
       if (const RapidJsonValue* x = FindFirst(v, keyword); x && x->IsArray() && !allObjects(*x)) notSchema(keyword);
     }
     if (const RapidJsonValue* x = FindFirst(v, "patternProperties"); x && !x->IsObject()) notSchema("patternProperties");
-    // 1.1.0 allocates a table per array dependency and loses the first of a duplicated name.
+    // 1.1.0 allocates a table per array dependency and loses the first of a duplicated name, and
+    // reads every element of such an array as a string.
     if (const RapidJsonValue* x = FindFirst(v, "dependencies"); x && x->IsObject()) {
       std::set<std::string_view> names;
       for (const auto& m : x->GetObject()) {
-        if (m.value.IsArray() && !names.insert({m.name.GetString(), m.name.GetStringLength()}).second) notSchema("dependencies");
+        if (!m.value.IsArray()) continue;
+        bool strings = names.insert({m.name.GetString(), m.name.GetStringLength()}).second;
+        for (const RapidJsonValue& e : m.value.GetArray()) strings = strings && e.IsString();
+        if (!strings) notSchema("dependencies");
       }
     }
     if (const RapidJsonValue* pattern = FindFirst(v, "pattern"); pattern && pattern->IsString()) screen(*pattern);

@@ -35,9 +35,9 @@
 //   under k_csRefInvalid.
 // - 1.1.0 leaves a null schema, which its validator follows, where "not", an element of "allOf",
 //   "anyOf", "oneOf" or an "items" array, or a value of "patternProperties" is not an object, and
-//   reads a "patternProperties" that is not an object as one; it leaks when "dependencies" names
-//   the same property twice with arrays. Such a schema is refused too, listed under
-//   k_csSchemaInvalid with the keyword.
+//   reads a "patternProperties" that is not an object as one; it reads every element of a
+//   "dependencies" array as a string, and leaks when "dependencies" names the same property twice
+//   with arrays. Such a schema is refused too, listed under k_csSchemaInvalid with the keyword.
 // - 1.1.0's validator follows an unset schema pointer (and crashes) when an object key matches only a
 //   "patternProperties" pattern while "additionalProperties" is false. Such schemas are compiled
 //   from a private copy in which that false is the equivalent {"not": {}}; a rejected additional

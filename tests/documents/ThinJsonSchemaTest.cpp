@@ -120,7 +120,8 @@ TEST(ThinJsonSchema, UnsafePatternsAreRefusedAndPatternPropertiesDoNotCrash) {
 
   // Keywords that must hold schemas and do not: 1.1.0 would leave null schemas behind.
   for (const char* text : {R"({"not":3})", R"({"anyOf":[{},[]]})", R"({"items":[{},1]})", R"({"patternProperties":[]})",
-                           R"({"patternProperties":{"a":null}})", R"({"dependencies":{"a":["b"],"a":["c"]}})"}) {
+                           R"({"patternProperties":{"a":null}})", R"({"dependencies":{"a":["b"],"a":["c"]}})",
+                           R"({"dependencies":{"a":["b",5]}})"}) {
     const Document bad = MustParse(text);
     EXPECT_EQ(Schema(bad, std::nullopt).GetIssues().at(0).key, "SchemaInvalid") << text;
   }
