@@ -98,7 +98,10 @@
 #include <nybase/documents/IXmlReader.h>
 #include <nybase/documents/IXmlWriter.h>
 #include <nybase/documents/JsonTextWriter.h>
+#include <nybase/documents/RapidJsonConfig.h>
 #include <nybase/documents/TextWriterBase.h>
+#include <nybase/documents/ThinJson.h>
+#include <nybase/documents/ThinJsonSchema.h>
 #include <nybase/documents/XmlReader.h>
 #include <nybase/documents/XmlTextWriterLite.h>
 #include <nybase/documents/XmlValidation.h>

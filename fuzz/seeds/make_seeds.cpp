@@ -532,7 +532,7 @@ int main(int argc, char** argv) {
   g_out = argv[1];
   MakeFolder(g_out);
   const auto wavs = WavSeeds();
-  for (const char* target : {"wav_reader", "wav_chunks", "adm", "xml_reader", "utf8_codec", "base64"}) {
+  for (const char* target : {"wav_reader", "wav_chunks", "adm", "xml_reader", "utf8_codec", "base64", "thin_json"}) {
     MakeFolder(g_out + "/" + target);
   }
   for (const auto& [name, bytes] : wavs) {
@@ -561,6 +561,24 @@ int main(int argc, char** argv) {
   }
   MakeFolder(g_out + "/midi");
   for (const auto& [name, bytes] : MidiSeeds()) Save("midi", name, bytes);
+  // The ThinJson target takes a mode byte (bit 0 schema, bit 1 comments, bit 2 resolvable refs,
+  // bit 3 validation of the schema's own JSON against it).
+  const char* jsons[] = {
+      R"({"a":[1,-2,3.5e10,18446744073709551615,"s\u00e9\ud834\udd1e",true,false,null],"a":{}})",
+      "\xEF\xBB\xBF// c\n[/* x */ {\"k\": \"v\"}]",
+      R"({"type":"object","properties":{"p":{"$ref":"other.json#/definitions/a"},"q":{"pattern":"^(ab)+$"}},)"
+      R"("patternProperties":{"^x":{"minimum":1}},"additionalProperties":false,"definitions":{"d":{"$ref":"#/properties/q"}}})",
+      R"({"allOf":[{"enum":[1,"a",{"x":null}]},{"not":{"type":"string"}}],"items":[{"maxLength":3}],"dependencies":{"a":["b"]}})",
+  };
+  int j = 0;
+  for (const char* json : jsons) {
+    for (uint8_t mode : {0, 3, 5, 13}) {
+      Bytes b{mode};
+      Append(b, Text(json));
+      Save("thin_json", std::to_string(mode) + "_json" + std::to_string(j) + ".bin", b);
+    }
+    ++j;
+  }
   int i = 0;
   for (const std::string& t : Utf8Texts()) Save("utf8_codec", "text" + std::to_string(i++) + ".txt", Text(t));
   // Base64 texts: padded, unpadded, wrapped, with a bad character and with padding inside.

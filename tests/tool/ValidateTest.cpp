@@ -78,3 +78,53 @@ TEST(ToolValidate, ValidInvalidAndUnreadableDocuments) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(ToolValidate, JsonDocumentsAgainstJsonSchemasWithFileReferences) {
+  nytest::TempDir dir;
+  nytest::Run("mkdir -p " + Quote(dir.Native("defs")));
+  WriteText(dir.Native("take.schema.json"),
+            R"({"type":"object","required":["take"],"properties":{"take":{"$ref":"defs/take.json#/definitions/take"}}})");
+  WriteText(dir.Native("defs/take.json"),
+            R"({"definitions":{"take":{"properties":{"rate":{"type":"integer"}},"additionalProperties":{"$ref":"marks.json"}}}})");
+  WriteText(dir.Native("defs/marks.json"), R"({"type":"array","items":{"type":"integer"}})");
+  WriteText(dir.Native("dangling.json"), "\xEF\xBB\xBF {\"$ref\":\"nowhere.json#/x\"}");
+  WriteText(dir.Native("good.json"), R"({"take":{"rate":48000,"m":[1,2]}})");
+  WriteText(dir.Native("bad.json"), R"({"take":{"rate":48000,"m":[1,"x"]}})");
+  WriteText(dir.Native("broken.json"), "[1,]");
+  WriteText(dir.Native("badutf.json"), "{\"take\":{\"n\":\"\xF0\"}}");
+  struct Case {
+    std::string doc, schema;
+    int exitCode, code;
+    std::string message, pointer, keyword;
+  } cases[] = {
+      {"good.json", "take.schema.json", 0, 0, "", "", ""},
+      {"bad.json", "take.schema.json", 1, 7, dir.Native("bad.json") + "#/take/m/1: not valid against", "/take/m/1", "type"},
+      {"good.json", "dangling.json", 1, 3, dir.Native("dangling.json") + ": $ref \"nowhere.json#/x\" cannot be resolved", "",
+       "RefNoRemoteSchema"},
+      {"broken.json", "take.schema.json", 1, 5, dir.Native("broken.json") + ": not valid JSON: Invalid value.", "", ""},
+      {"badutf.json", "take.schema.json", 1, 5, dir.Native("badutf.json") + ": not valid JSON: a string is not", "", ""},
+  };
+  for (const Case& c : cases) {
+    const std::string args = Quote(dir.Native(c.doc)) + " " + Quote(dir.Native(c.schema));
+    const auto text = RunTool("validate " + args);
+    EXPECT_EQ(text.exitCode, c.exitCode) << c.doc << "\n" << text.err;
+    if (c.exitCode != 0) {
+      ASSERT_EQ(text.ErrLines().size(), 1u) << text.err;
+      EXPECT_EQ(text.ErrLines()[0].rfind("nybase validate: " + c.message, 0), 0u) << text.err;
+    }
+    const auto json = RunTool("validate --json " + args);
+    ASSERT_EQ(json.OutLines().size(), 1u) << json.out;
+    const auto d = nytest::ParseLine(json.OutLines()[0]);
+    EXPECT_EQ(d["valid"].GetBool(), c.exitCode == 0);
+    if (c.code != 0) {
+      EXPECT_EQ(d["code"].GetInt(), c.code) << c.doc;
+      ASSERT_EQ(d["errors"].Size(), 1u);
+      EXPECT_EQ(std::string(d["errors"][0]["pointer"].GetString()), c.pointer);
+      EXPECT_EQ(std::string(d["errors"][0]["keyword"].GetString()), c.keyword);
+    }
+  }
+}
+
+}  // namespace

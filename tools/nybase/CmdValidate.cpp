@@ -1,4 +1,4 @@
-// nybase validate: checks an XML document against an XML Schema.
+// nybase validate: checks an XML document against an XML Schema, or a JSON document against a JSON schema.
 #include <string>
 
 #include <nybase/documents/XmlValidation.h>
@@ -7,6 +7,7 @@
 #include "Commands.h"
 #include "FileCheck.h"
 #include "Json.h"
+#include "JsonValidation.h"
 
 namespace nybase::tool {
 namespace {
@@ -41,15 +42,44 @@ const CommandSpec& ValidateSpec() {
   static const CommandSpec cmdSpec{
       "validate",
       "DOC SCHEMA [--json]",
-      "check an XML document against an XML Schema (.xsd)",
-      "Exits 0 when DOC is valid, 1 when it is not (or cannot be read), with the reason and\n"
-      "position on stderr.",
+      "check an XML document against an XML Schema, or JSON against a JSON schema",
+      "The schema's content chooses: XML when it starts with '<', JSON (draft 4) otherwise.\n"
+      "A JSON schema's \"$ref\"s to other files are resolved relative to the file that holds\n"
+      "them; other URIs are not fetched. Exits 0 when DOC is valid, 1 when it is not (or cannot\n"
+      "be read), with the reason and position on stderr: for JSON, the document's JSON pointer\n"
+      "and the failing schema keyword (the first failure found).",
       {k_jsonOption},
-      "  nybase validate project.xml project.xsd",
+      "  nybase validate project.xml project.xsd\n  nybase validate take.json take.schema.json",
       2,
       2};
   return cmdSpec;
 }
+
+namespace {
+
+int RunJsonValidate(const CommandSpec& cmdSpec, const std::string& doc, const std::string& schema, bool json) {
+  const JsonValidationResult result = ValidateJsonFile(doc, schema);
+  if (json) {
+    Json j;
+    j.BeginObject().Field("document", doc).Field("schema", schema).Field("valid", result.code == 0);
+    if (result.code != 0) {
+      j.Field("code", result.code).Key("errors").BeginArray();
+      for (const auto& e : result.errors) {
+        j.BeginObject().Field("pointer", e.pointer).Field("keyword", e.keyword).Field("schemaPointer", e.schemaPointer)
+            .Field("error", e.message).EndObject();
+      }
+      j.EndArray();
+    }
+    j.EndObject();
+    std::fputs((j.Text() + "\n").c_str(), stdout);
+  } else if (result.code == 0) {
+    std::printf("%s: valid against %s\n", doc.c_str(), schema.c_str());
+  }
+  for (const auto& e : result.errors) PrintError(cmdSpec, e.message);
+  return result.code == 0 ? k_exitOk : k_exitFailure;
+}
+
+}  // namespace
 
 int RunValidate(int argc, char** argv) {
   const CommandSpec& cmdSpec = ValidateSpec();
@@ -58,6 +88,8 @@ int RunValidate(int argc, char** argv) {
   const bool json = parsed.args->Has("json");
   const std::string doc = parsed.args->Positional()[0];
   const std::string schema = parsed.args->Positional()[1];
+
+  if (CheckReadableFile(schema).empty() && LooksLikeJson(schema)) return RunJsonValidate(cmdSpec, doc, schema, json);
 
   lu::XmlValidationErrorInfo info;
   std::string error;
