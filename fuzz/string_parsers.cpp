@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
 
   // Truncation never exceeds its byte limit.
-  CStdStr<wchar_t> s(n, size);
+  CStdStr<wchar_t> s(lu::platform::Utf8ToUtf16(n, size));
   const unsigned limit = size ? data[0] : 0;
   StringHelp::TruncateForUTF8(s, limit);
   if (limit != 0 && lu::platform::Utf8LengthOfUtf16(s.data(), s.size()) >= limit) std::abort();
