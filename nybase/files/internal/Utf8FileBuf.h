@@ -59,19 +59,20 @@ class Utf8FileBuf : public std::wstreambuf {
   std::vector<char> m_encoded;
 };
 
-// A wide input stream reading a file through Utf8FileBuf. Movable.
-class Utf8InputFileStream : public std::wistream {
+// A wide input (std::wistream) or output (std::wostream) stream on a file through Utf8FileBuf.
+// Movable.
+template <class WideStream>
+class Utf8FileStream : public WideStream {
  public:
-  Utf8InputFileStream() : std::wistream(nullptr), m_buf(new Utf8FileBuf) { rdbuf(m_buf.get()); }
-  Utf8InputFileStream(Utf8InputFileStream&& other) noexcept
-      : std::wistream(std::move(other)), m_buf(std::move(other.m_buf)) {
-    set_rdbuf(m_buf.get());
+  Utf8FileStream() : WideStream(nullptr), m_buf(new Utf8FileBuf) { this->rdbuf(m_buf.get()); }
+  Utf8FileStream(Utf8FileStream&& other) noexcept : WideStream(std::move(other)), m_buf(std::move(other.m_buf)) {
+    this->set_rdbuf(m_buf.get());
     other.set_rdbuf(nullptr);
   }
-  Utf8InputFileStream& operator=(Utf8InputFileStream&& other) noexcept {
-    std::wistream::swap(other);
+  Utf8FileStream& operator=(Utf8FileStream&& other) noexcept {
+    WideStream::swap(other);
     m_buf.swap(other.m_buf);
-    set_rdbuf(m_buf.get());
+    this->set_rdbuf(m_buf.get());
     other.set_rdbuf(other.m_buf.get());
     return *this;
   }
@@ -81,27 +82,8 @@ class Utf8InputFileStream : public std::wistream {
   std::unique_ptr<Utf8FileBuf> m_buf;
 };
 
-// A wide output stream writing a file through Utf8FileBuf. Movable.
-class Utf8OutputFileStream : public std::wostream {
- public:
-  Utf8OutputFileStream() : std::wostream(nullptr), m_buf(new Utf8FileBuf) { rdbuf(m_buf.get()); }
-  Utf8OutputFileStream(Utf8OutputFileStream&& other) noexcept
-      : std::wostream(std::move(other)), m_buf(std::move(other.m_buf)) {
-    set_rdbuf(m_buf.get());
-    other.set_rdbuf(nullptr);
-  }
-  Utf8OutputFileStream& operator=(Utf8OutputFileStream&& other) noexcept {
-    std::wostream::swap(other);
-    m_buf.swap(other.m_buf);
-    set_rdbuf(m_buf.get());
-    other.set_rdbuf(other.m_buf.get());
-    return *this;
-  }
-  Utf8FileBuf* FileBuf() const { return m_buf.get(); }
-
- private:
-  std::unique_ptr<Utf8FileBuf> m_buf;
-};
+using Utf8InputFileStream = Utf8FileStream<std::wistream>;
+using Utf8OutputFileStream = Utf8FileStream<std::wostream>;
 
 // The length in bytes of the UTF-8 sequence (or of the maximal ill-formed part, at least one
 // byte) that starts at `p`, and in `units` how many UTF-16 units the codec makes of it (2 for a

@@ -5,6 +5,7 @@
 #include <nybase/platform/DirectoryApi.h>
 #include <nybase/platform/FileApi.h>
 #include <nybase/platform/LastError.h>
+#include <nybase/platform/posix/NativeNameChecks.h>
 #include <nybase/platform/NativePath.h>
 #include <nybase/platform/Utf.h>
 #include <sys/stat.h>
@@ -20,6 +21,9 @@
 
 namespace lu::platform {
 
+using detail::HasForbiddenChar;
+using detail::MissingError;
+
 namespace {
 
 constexpr const char* k_hiddenAttr = "user.nybase.hidden";
@@ -28,13 +32,6 @@ constexpr size_t k_copyChunk = size_t{1} << 20;
 
 thread_local uint64_t t_skippedNames = 0;
 
-// Characters no Windows file name may hold; the drive colon is gone once the path is native.
-bool HasForbiddenChar(const std::string& native) {
-  for (unsigned char c : native) {
-    if (c < 0x20 || c == '<' || c == '>' || c == ':' || c == '"' || c == '|' || c == '?' || c == '*') return true;
-  }
-  return false;
-}
 
 bool MapPath(const wchar_t* path, size_t len, std::string& native) {
   if (!ToNativePath(path, len, native)) return false;
@@ -45,15 +42,6 @@ bool MapPath(const wchar_t* path, size_t len, std::string& native) {
   return true;
 }
 
-// ENOENT names the file (2) when its directory exists, else a directory on the way (3).
-uint32_t MissingError(const std::string& native) {
-  const size_t slash = native.find_last_of('/');
-  if (slash == std::string::npos) return k_errorFileNotFound;
-  const std::string dir = slash == 0 ? std::string("/") : native.substr(0, slash);
-  struct stat st;
-  if (::stat(dir.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) return k_errorFileNotFound;
-  return k_errorPathNotFound;
-}
 
 uint32_t FailPath(int err, const std::string& native) {
   const uint32_t e = err == ENOENT ? MissingError(native) : ErrorFromErrno(err);

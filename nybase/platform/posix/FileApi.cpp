@@ -5,6 +5,7 @@
 #include <nybase/platform/DirectoryApi.h>
 #include <nybase/platform/FileApi.h>
 #include <nybase/platform/LastError.h>
+#include <nybase/platform/posix/NativeNameChecks.h>
 #include <nybase/platform/NativePath.h>
 #include <nybase/platform/Utf.h>
 #include <stdio_ext.h>
@@ -25,6 +26,9 @@
 #include <vector>
 
 namespace lu::platform {
+
+using detail::HasForbiddenChar;
+using detail::MissingError;
 
 namespace {
 
@@ -88,25 +92,7 @@ void FailStream(int err) {
   }
 }
 
-// Characters no Windows file name may hold; the drive colon is gone once the path is native.
-bool HasForbiddenChar(const std::string& native) {
-  for (unsigned char c : native) {
-    if (c < 0x20 || c == '<' || c == '>' || c == ':' || c == '"' || c == '|' || c == '?' || c == '*') {
-      return true;
-    }
-  }
-  return false;
-}
 
-// Error for an ENOENT: the file (2) or a directory on the way to it (3) is missing.
-uint32_t MissingError(const std::string& native) {
-  const size_t slash = native.find_last_of('/');
-  if (slash == std::string::npos) return k_errorFileNotFound;
-  const std::string dir = slash == 0 ? std::string("/") : native.substr(0, slash);
-  struct stat st;
-  if (::stat(dir.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) return k_errorFileNotFound;
-  return k_errorPathNotFound;
-}
 
 bool MapPath(const wchar_t* path, size_t len, std::string& native) {
   if (!ToNativePath(path, len, native)) return false;
