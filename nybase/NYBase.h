@@ -24,6 +24,8 @@
 #include <nybase/platform/Locale.h>
 #include <nybase/platform/ModuleHandle.h>
 #include <nybase/platform/NativePath.h>
+#include <nybase/platform/CrashHandler.h>
+#include <nybase/platform/MinidumpWriter.h>
 #include <nybase/platform/Process.h>
 #include <nybase/platform/Random.h>
 #include <nybase/platform/Resources.h>
@@ -61,6 +63,7 @@
 #include <nybase/files/Path.h>
 #include <nybase/files/PathFilter.h>
 #include <nybase/files/PathFind.h>
+#include <nybase/files/CrashDump.h>
 #include <nybase/files/Process.h>
 #include <nybase/files/ReadBytesLuFile.h>
 #include <nybase/files/ReadBytesMem.h>
