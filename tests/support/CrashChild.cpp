@@ -6,13 +6,16 @@
 //   PATH open), chain (a handler installed first, which prints "previous handler" and exits 3),
 //   fds=N (opens N more descriptors), fsize=N (files larger than N bytes fail), bigstack (crashes
 //   on a thread with a 64 MiB stack, 32 MiB of it in use), breakmalloc (calls the preloaded
-//   shim's nybase_test_break_malloc before crashing).
+//   shim's nybase_test_break_malloc before crashing), stamp (prints "stamp NS" with the
+//   monotonic clock just before the crash).
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <unistd.h>
+
+#include <time.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -73,13 +76,14 @@ int main(int argc, char** argv) {
   const std::string guidText = argv[2];
   NyGuid guid{};
   if (guidText != "0") guid = StringHelp::ConvertStringToNyGuid(lu::BasicStringView<char>(guidText.c_str()));
-  bool cli = false, nullAnon = false, bigStack = false, breakMalloc = false;
+  bool cli = false, nullAnon = false, bigStack = false, breakMalloc = false, stamp = false;
   for (int i = 3; i < argc; ++i) {
     const std::string opt = argv[i];
     if (opt == "cli") cli = true;
     if (opt == "nullanon") nullAnon = true;
     if (opt == "bigstack") bigStack = true;
     if (opt == "breakmalloc") breakMalloc = true;
+    if (opt == "stamp") stamp = true;
     if (opt.rfind("open=", 0) == 0 && open(opt.c_str() + 5, O_RDONLY) < 0) return 2;
     if (opt == "chain") {
       struct sigaction sa {};
@@ -118,6 +122,11 @@ int main(int argc, char** argv) {
     if (pthread_create(&thread, &attr, BigStackThread, nullptr) != 0) return 2;
     pthread_join(thread, nullptr);
     return 0;
+  }
+  if (stamp) {
+    timespec ts{};
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    std::fprintf(stderr, "stamp %lld\n", static_cast<long long>(ts.tv_sec) * 1000000000LL + ts.tv_nsec);
   }
   Crash();
   return 0;
