@@ -34,10 +34,11 @@ using CrashCallback = long (*)(const CrashSignal& signal);
 // The exception code for a signal number; 0 for a signal that is not one of the six.
 uint32_t ExceptionCodeForSignal(int signalNumber);
 
-// Installs `callback` for SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT and SIGTRAP on an alternate
-// stack of the calling thread (64 KiB, allocated once and kept). The callback runs at most once
-// per signal delivery; a second fault inside it ends the process with that signal. False when
-// sigaction fails.
+// Installs `callback` for SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT and SIGTRAP, with an
+// alternate stack (256 KiB, mapped once and kept) for the calling thread. Other threads run the
+// handler on their own stack (or on one a runtime gave them): a stack overflow there cannot be
+// handled and ends the process with its signal. A fault inside the callback on the same thread
+// ends the process at once with that signal. False when sigaction fails.
 bool InstallCrashHandler(CrashCallback callback);
 
 // ---- async-signal-safe services ------------------------------------------------------------------

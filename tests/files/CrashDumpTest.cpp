@@ -284,7 +284,7 @@ TEST(CrashDump, LldbOpensTheDumpAtTheCrashingFunction) {
   EXPECT_TRUE(std::regex_search(bt, std::regex(R"(frame #2: .*main\()"))) << bt;
 }
 
-TEST(CrashDump, TenThousandDescriptorsAndABigStackStillGiveADump) {
+TEST(CrashDump, TenThousandDescriptorsABigStackAndAStackOverflowStillGiveADump) {
   {
     nytest::TempDir dir;
     const ChildResult r = RunChild(ChildPath(), {"segv", k_guid, "cli", "fds=10000"}, dir.Native(), dir.Native("e"));
@@ -299,6 +299,17 @@ TEST(CrashDump, TenThousandDescriptorsAndABigStackStillGiveADump) {
     const std::string bt = Backtrace(ChildPath(), Artefacts(dir).Dump());
     if (!bt.empty()) {
       EXPECT_TRUE(Contains(bt, "NullWrite")) << bt;
+    }
+  }
+  {
+    // The main thread's stack is used up: the filter runs on the alternate stack.
+    nytest::TempDir dir;
+    const ChildResult r = RunChild(ChildPath(), {"overflow", k_guid, "cli"}, dir.Native(), dir.Native("e"));
+    EXPECT_EQ(r.signal, SIGSEGV);
+    EXPECT_TRUE(Contains(r.err, "Saved dump file to")) << r.err;
+    const std::string bt = Backtrace(ChildPath(), Artefacts(dir).Dump());
+    if (!bt.empty()) {
+      EXPECT_TRUE(std::regex_search(bt, std::regex(R"(frame #0: .*Overflow\()"))) << bt;
     }
   }
 }

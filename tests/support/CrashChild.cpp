@@ -1,6 +1,6 @@
 // A program that installs the crash dump and then crashes on purpose, for the crash tests.
 // Usage: nybase_crash_child KIND GUID [OPTION...]
-//   KIND: segv | fpe | abort | ill | trap
+//   KIND: segv | fpe | abort | ill | trap | overflow (endless recursion on the main thread)
 //   GUID: the braced session GUID, or "0" for the all-zero one
 //   OPTION: cli (command-line mode), nullanon (null anonymous analytics path), open=PATH (keeps
 //   PATH open), chain (a handler installed first, which prints "previous handler" and exits 3),
@@ -38,6 +38,13 @@ volatile int g_zero = 0;
 
 __attribute__((noinline)) int DivideByZero() { return 100 / g_zero; }
 
+__attribute__((noinline)) int Overflow(volatile char* previous) {
+  volatile char frame[1024];
+  frame[0] = previous != nullptr ? previous[0] : 1;
+  if (g_zero != 0) return frame[0];  // never: the recursion runs until the stack is gone
+  return Overflow(frame) + frame[1];
+}
+
 __attribute__((noinline)) void Crash() {
   const std::string kind = g_kind;
   if (kind == "segv") NullWrite();
@@ -45,6 +52,7 @@ __attribute__((noinline)) void Crash() {
   if (kind == "abort") std::abort();
   if (kind == "ill") __builtin_trap();
   if (kind == "trap") __asm__ volatile("int3");
+  if (kind == "overflow") std::printf("%d\n", Overflow(nullptr));
 }
 
 __attribute__((noinline)) int Recurse(int depth, volatile char* previous) {

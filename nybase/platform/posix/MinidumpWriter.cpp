@@ -19,7 +19,7 @@ constexpr uint32_t k_streamModuleList = 4;
 constexpr uint32_t k_streamMemoryList = 5;
 constexpr uint32_t k_streamException = 6;
 constexpr uint32_t k_streamSystemInfo = 7;
-constexpr uint32_t k_streamLinuxProcStatus = 0x47670003;
+constexpr uint32_t k_streamLinuxProcStatus = 0x47670004;
 constexpr uint32_t k_streamLinuxMaps = 0x47670009;
 constexpr uint32_t k_streamCount = 7;
 
@@ -163,12 +163,7 @@ size_t ReadBuildId(const char* maps, size_t mapsLength, uint64_t base, uint8_t* 
 // A length-prefixed UTF-16 string record of the UTF-8 `text`; its offset, or 0 when it does not fit.
 uint32_t PutString(Area& area, const char* text, size_t length) {
   wchar_t units[1024];
-  size_t n = 0;
-  for (size_t i = 0; i < length && n + 2 < sizeof units / sizeof units[0]; ++i) {
-    // Paths are written unit by unit; bytes above 0x7F pass through as Latin-1 on purpose
-    // (a debugger uses the name only to find the file, and these names come from the kernel).
-    units[n++] = static_cast<unsigned char>(text[i]);
-  }
+  const size_t n = CrashUtf8ToUtf16(text, length, units, sizeof units / sizeof units[0]);
   const uint32_t at = area.Reserve(4 + 2 * n + 2);
   if (at == 0) return 0;
   area.Put<uint32_t>(at, static_cast<uint32_t>(2 * n));
