@@ -362,9 +362,10 @@ long CrashDump::TopLevelFilter(EXCEPTION_POINTERS* ep) {
   } else {
     // 8.
     if (pf::WriteMinidump(fd, *ep, s_dumpBuffer, s_dumpBuffer != nullptr ? DUMP_BUFFER_SIZE : 0, error)) {
+      // The exception address is the faulting instruction; the data address is in the dump.
       Err(L"\nCurrent process ID: %lu\nCurrent thread ID: %lu\nException code: 0x%lx\nException address: %p\n\n",
           static_cast<unsigned long>(pf::CrashProcessId()), static_cast<unsigned long>(ep->threadId),
-          static_cast<unsigned long>(ep->exceptionCode), reinterpret_cast<void*>(ep->faultAddress));
+          static_cast<unsigned long>(ep->exceptionCode), reinterpret_cast<void*>(ep->programCounter));
       Format(message, 2048, L"Saved dump file to '%s'.\n", dumpPath);
       saved = true;
       result = 1;

@@ -183,6 +183,16 @@ TEST(CrashDump, ASecondCrashInTheSessionStopsAtTheExistingDump) {
   EXPECT_EQ(second.signal, SIGSEGV);
 }
 
+TEST(CrashDump, RegisteredStreamsAreClosedAtTheCrashAndRemovedOnesAreNot) {
+  nytest::TempDir dir;
+  const ChildResult r = RunChild(ChildPath(), {"segv", k_guid, "cli", "log=" + dir.Native("kept.log"),
+                                               "unlog=" + dir.Native("removed.log")},
+                                 dir.Native(), dir.Native("e"));
+  EXPECT_EQ(r.signal, SIGSEGV);
+  EXPECT_EQ(ReadText(dir.Native("kept.log")), "buffered line\n");
+  EXPECT_EQ(ReadText(dir.Native("removed.log")), "");  // its buffer died with the process
+}
+
 TEST(CrashDump, AnAllZeroGuidIsReplacedAndAnyOtherIsKept) {
   nytest::TempDir dir;
   RunChild(ChildPath(), {"segv", "0", "cli"}, dir.Native(), dir.Native("e1"));

@@ -7,7 +7,8 @@
 //   fds=N (opens N more descriptors), fsize=N (files larger than N bytes fail), bigstack (crashes
 //   on a thread with a 64 MiB stack, 32 MiB of it in use), breakmalloc (calls the preloaded
 //   shim's nybase_test_break_malloc before crashing), stamp (prints "stamp NS" with the
-//   monotonic clock just before the crash).
+//   monotonic clock just before the crash), log=PATH (a buffered stream registered to be closed
+//   at the crash), unlog=PATH (the same, registered and then removed again).
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
@@ -28,6 +29,7 @@
 namespace {
 
 const char* g_kind = "segv";
+bool g_stamp = false;
 
 __attribute__((noinline)) void NullWrite() {
   volatile int* p = nullptr;
@@ -46,6 +48,11 @@ __attribute__((noinline)) int Overflow(volatile char* previous) {
 }
 
 __attribute__((noinline)) void Crash() {
+  if (g_stamp) {
+    timespec ts{};
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    std::fprintf(stderr, "stamp %lld\n", static_cast<long long>(ts.tv_sec) * 1000000000LL + ts.tv_nsec);
+  }
   const std::string kind = g_kind;
   if (kind == "segv") NullWrite();
   if (kind == "fpe") std::printf("%d\n", DivideByZero());
@@ -117,11 +124,23 @@ int main(int argc, char** argv) {
   }
   static CrashDump dump(L"CrashChild", nullAnon ? nullptr : L"Z:\\anon dir", L"Z:\\logs", guid);
   CrashDump::SetIsCommandLine(cli);
+  for (int i = 3; i < argc; ++i) {
+    const std::string opt = argv[i];
+    const bool log = opt.rfind("log=", 0) == 0;
+    if (!log && opt.rfind("unlog=", 0) != 0) continue;
+    FILE* f = std::fopen(opt.c_str() + (log ? 4 : 6), "w");
+    if (f == nullptr) return 2;
+    std::setvbuf(f, nullptr, _IOFBF, 4096);
+    std::fputs("buffered line\n", f);
+    CrashDump::AddFileToFlush(f);
+    if (!log) CrashDump::RemoveFileToFlush(f);
+  }
   if (breakMalloc) {
     auto fn = reinterpret_cast<void (*)()>(dlsym(RTLD_DEFAULT, "nybase_test_break_malloc"));
     if (fn == nullptr) return 2;
     fn();
   }
+  g_stamp = stamp;
   if (bigStack) {
     pthread_attr_t attr;
     pthread_attr_init(&attr);
@@ -130,11 +149,6 @@ int main(int argc, char** argv) {
     if (pthread_create(&thread, &attr, BigStackThread, nullptr) != 0) return 2;
     pthread_join(thread, nullptr);
     return 0;
-  }
-  if (stamp) {
-    timespec ts{};
-    clock_gettime(CLOCK_MONOTONIC, &ts);
-    std::fprintf(stderr, "stamp %lld\n", static_cast<long long>(ts.tv_sec) * 1000000000LL + ts.tv_nsec);
   }
   Crash();
   return 0;
