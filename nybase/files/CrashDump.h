@@ -23,7 +23,14 @@
 //   that launch is the one step that allocates. Step 4 closes the registered streams with fclose,
 //   which is not async-signal-safe: it runs because the application asked for it.
 // Everything else in the filters works from stack buffers and the block taken at construction:
-// no allocation, no lock, no stdio.
+// no allocation, no lock, no stdio. Limits of the block: the descriptor listing reads all of
+// /proc/self/fd into it at once (10,000 descriptors take about 0.3 MiB); when the entries do
+// not fit, nothing is listed and the file says "(size larger than 20 MB)". The dump keeps the
+// maps text to a quarter of the block and leaves out the modules that no longer fit, from the
+// end of the list; the stack is copied straight from memory, at most 8 MiB of it.
+// Under AddressSanitizer, run with handle_segv=0:handle_abort=0:handle_sigill=0:
+// handle_sigfpe=0:allow_user_segv_handler=1:use_sigaltstack=0 so that this handler is the one
+// installed and threads do not get the runtime's small alternate stacks.
 #pragma once
 
 #include <cstdio>

@@ -65,10 +65,13 @@ void Handler(int sig, siginfo_t* info, void* ucontext) {
   const int savedErrno = errno;
   const int tid = CrashThreadId();
   int expected = 0;
-  if (!g_handlingThread.compare_exchange_strong(expected, tid) && expected == tid) {
+  const bool first = g_handlingThread.compare_exchange_strong(expected, tid);
+  if (!first && expected == tid) {
     DieWith(sig);  // a fault inside our own handler: give up at once
     return;
   }
+  // A second thread that crashes meanwhile runs the callback too, on purpose: the files it
+  // creates exclusively keep the two apart.
   CrashSignal s;
   s.signalNumber = sig;
   s.exceptionCode = ExceptionCodeForSignal(sig);
@@ -87,7 +90,7 @@ void Handler(int sig, siginfo_t* info, void* ucontext) {
     s.faultAddress = reinterpret_cast<uint64_t>(info->si_addr);
   }
   const long result = g_callback != nullptr ? g_callback(s) : 1;
-  g_handlingThread.store(0);
+  if (first) g_handlingThread.store(0);
   errno = savedErrno;
   const int index = IndexOfSignal(sig);
   if (result == 0 && index >= 0) {
