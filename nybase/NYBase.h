@@ -16,6 +16,7 @@
 #include <nybase/base/VariantType.h>
 
 // Platform services.
+#include <nybase/platform/CrashHandler.h>
 #include <nybase/platform/CurrentDirectory.h>
 #include <nybase/platform/DirectoryApi.h>
 #include <nybase/platform/DirectoryChanges.h>
@@ -25,6 +26,7 @@
 #include <nybase/platform/FullPathName.h>
 #include <nybase/platform/LastError.h>
 #include <nybase/platform/Locale.h>
+#include <nybase/platform/MinidumpWriter.h>
 #include <nybase/platform/ModuleHandle.h>
 #include <nybase/platform/NativePath.h>
 #include <nybase/platform/Process.h>
@@ -54,6 +56,7 @@
 
 // Files.
 #include <nybase/files/ByteStreamInterfaces.h>
+#include <nybase/files/CrashDump.h>
 #include <nybase/files/DirectoryRecursive.h>
 #include <nybase/files/DirectoryWatcher.h>
 #include <nybase/files/Environment.h>
