@@ -35,9 +35,11 @@
 #include <nybase/text/AudioDisplayStrings.h>
 #include <nybase/text/BasicStringView.h>
 #include <nybase/text/CStdStr.h>
+#include <nybase/text/CachedString.h>
 #include <nybase/text/CommandLine.h>
 #include <nybase/text/ConcatHelper.h>
 #include <nybase/text/NoCaseStringComp.h>
+#include <nybase/text/ROString.h>
 #include <nybase/text/RegexHelpers.h>
 #include <nybase/text/StringHelp.h>
 #include <nybase/text/StringHelpWildcard.h>

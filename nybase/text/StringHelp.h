@@ -1,7 +1,10 @@
-// StringHelp: text to values and values to text (numbers, GUIDs, UTF-8, sizes, dates, resources).
+// StringHelp: text to values and values to text (numbers, GUIDs, UTF-8, sizes, dates, resources),
+// and taking text apart, cleaning and comparing it.
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -173,6 +176,91 @@ void TruncateForUTF8(CStdStr<wchar_t>& text, unsigned int limitBytes);
 
 // The number of characters of NUL-terminated UTF-8 (bytes that are no continuation byte).
 uint64_t CountUTF8Glyphs(const char* text);
+
+// ---- Splitting ----------------------------------------------------------------------------------
+// Cuts the text at each separator, as repeated std::getline would: the vector is emptied first;
+// an empty text gives no item, a separator at the end no trailing empty item ("a,b," gives two),
+// a separator at the start a leading empty one (",a" gives "" and "a"), two in a row an empty one
+// between them. The CStdStr overload reads the text up to its first NUL; the others take all of
+// it. No failure result.
+void SplitString(const CStdStr<wchar_t>& text, wchar_t separator, std::vector<CStdStr<wchar_t>>& items);
+void SplitString(const std::basic_string<char>& text, char separator, std::vector<std::basic_string<char>>& items);
+void SplitString(const std::basic_string<wchar_t>& text, wchar_t separator,
+                 std::vector<std::basic_string<wchar_t>>& items);
+
+// Called for each word that SplitEachWord finds, with the context, the word's first unit and its
+// length in units; returning true stops the walk.
+using SplitEachWordCallback = bool (*)(void* context, const wchar_t* word, uint64_t length);
+
+// Walks the NUL-terminated text (null counts as empty) and reports its words. A word is a run of
+// letters and digits: a letter is an ASCII letter or, from 128 up, what the shared locale calls
+// alpha (see CaseInsensitiveSearch); everything but letters and "0"-"9" separates. A camelCase
+// hump (a lower-case letter followed by a letter that is not lower-case) splits a word into parts,
+// and after its parts the whole compound is reported too: "fooBar baz" gives "foo", "Bar",
+// "fooBar", "baz". A run of capitals has no hump ("ABCServer" is one word). With splitAtDigits set,
+// letters and digits meeting also end a word, without making a compound ("abc123" gives "abc" and
+// "123"); a pending compound is reported there ("fooBar1": "foo", "Bar", "fooBar", "1"). Returns
+// true when the callback stopped the walk, false when it reached the end (also for empty text).
+bool SplitEachWord(const wchar_t* text, void* context, bool splitAtDigits, SplitEachWordCallback callback);
+
+// The words SplitEachWord reports, in its order, each lower-cased by std::ctype<wchar_t> of a
+// fresh copy of the global locale (with "C.UTF-8" in place of the classic locale). The vector is
+// emptied first; the text is read up to its first NUL.
+void SplitWords(const CStdStr<wchar_t>& text, std::vector<CStdStr<wchar_t>>& words, bool splitAtDigits);
+
+// Reads "key=value;key=value" into the map, keeping what it held; a repeated key takes the later
+// value. Leading "=" before a key are skipped ("==a=b" has the key "a"), and a value runs to the
+// next ";" ("a=b=c;" has the value "b=c"). Throws std::invalid_argument("Invalid start") when the
+// text ends inside a key or right after "=", after storing that last key with an empty value
+// ("a=1;b" stores a and b, then throws). A null or empty text adds nothing.
+void ParseToMap(const wchar_t* text, std::map<CStdStr<wchar_t>, CStdStr<wchar_t>>& map);
+
+// ---- Cleaning -----------------------------------------------------------------------------------
+// Removes every character of the set (single characters, not a sequence) from the start, then
+// from the end. A text of only such characters becomes empty; an empty set changes nothing.
+void Trim(std::basic_string<char>& text, const std::basic_string<char>& chars);
+void Trim(std::basic_string<wchar_t>& text, const std::basic_string<wchar_t>& chars);
+
+// Removes every character of the set wherever it stands, keeping the order of the rest.
+void Remove(std::basic_string<char>& text, const std::basic_string<char>& chars);
+void Remove(std::basic_string<wchar_t>& text, const std::basic_string<wchar_t>& chars);
+
+// Lower-cases in place. Narrow text changes only "A"-"Z" (bytes above 0x7F are parts of UTF-8
+// characters and stay); wide text folds each unit through the shared locale, so "É" becomes "é".
+void ToLower(std::basic_string<char>& text);
+void ToLower(std::basic_string<wchar_t>& text);
+
+// Removes the units 1 to 31 (tabs, returns and line feeds among them) in place; returns text.
+CStdStr<wchar_t>& RemoveControlCharacters(CStdStr<wchar_t>& text);
+
+// Strips terminal colour sequences: from each ESC (27) up to and including the next "m", whatever
+// lies between. An ESC that no "m" follows is kept with the rest of the text. Text without ESC
+// comes back as a copy.
+CStdStr<wchar_t> RemoveAnsiCode(const CStdStr<wchar_t>& text);
+
+// Drops a final "_" followed by one or more digits "0"-"9": "Name_12" gives "Name", "_12" the
+// empty string; "Name_", "Name12" and "12" come back unchanged.
+CStdStr<wchar_t> RemoveUnderscoreDigitAtTheEnd(const CStdStr<wchar_t>& text);
+
+// Replaces "&" "<" ">" "'" and the double quote by their XML entities ("&amp;" first, so an
+// entity made here is not escaped again).
+CStdStr<wchar_t> XmlEscape(CStdStr<wchar_t> text);
+
+// Doubles every "&", so that a name shows literally in a menu.
+CStdStr<wchar_t> MenuEscape(CStdStr<wchar_t> text);
+
+// ---- Comparison ---------------------------------------------------------------------------------
+// True when sought occurs in text with both folded to upper case by the std::ctype<wchar_t> of
+// one shared locale: a copy of the global locale made on the first use by this function or by
+// SplitEachWord and kept for the life of the process; when that global locale is the classic
+// "C", "C.UTF-8" is used instead, so letters beyond ASCII fold too ("été" is found in "ÉTÉ").
+// An empty sought text is found in any non-empty text and not in an empty one.
+bool CaseInsensitiveSearch(const CStdStr<wchar_t>& text, const CStdStr<wchar_t>& sought);
+
+// True when the two NUL-terminated texts are equal once every blank (" " only, no other
+// whitespace) is removed and both are lower-cased by the shared locale: "Foo Bar" equals
+// "foobar", "Foo\tBar" does not. A null pointer counts as the empty text.
+bool CompareTextOnly(const wchar_t* a, const wchar_t* b);
 
 // ---- Display ------------------------------------------------------------------------------------
 // The translation of a user-interface text; the library holds no translations, so it returns a
