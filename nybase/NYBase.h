@@ -88,6 +88,9 @@
 #include <nybase/documents/IXmlReader.h>
 #include <nybase/documents/IXmlWriter.h>
 #include <nybase/documents/JsonTextWriter.h>
+#include <nybase/documents/NyError.h>
+#include <nybase/documents/NyJson.h>
+#include <nybase/documents/NyVariant.h>
 #include <nybase/documents/TextWriterBase.h>
 #include <nybase/documents/XmlReader.h>
 #include <nybase/documents/XmlTextWriterLite.h>
