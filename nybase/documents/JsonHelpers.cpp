@@ -348,16 +348,90 @@ bool ToPrettyFile(const CStdStr<wchar_t>& path, const Value& value) {
 }
 
 namespace {
-// The temporary document of the tree overloads.
-struct TreeDocument {
-  explicit TreeDocument(const NyJson& tree) : document(nullptr, 1024) { ToRapidJson(tree, document); }
-  Document document;
-};
+
+// How a direct walk of a tree into a writer ended: the writer refused a value (a NaN or an
+// infinity), which ends all output as Accept does; or the conversion failed (a variant tag
+// above 13, nesting past k_maxDepth), which closes the open containers as a partly converted
+// document would be written.
+enum class WalkEnd { Done, Refused, Failed };
+
+// Writes the tree with the same handler calls that ToRapidJson followed by Value::Accept would
+// make, so the text is the same, without building the temporary document.
+template <typename Writer>
+WalkEnd WriteTree(const NyJson& tree, Writer& writer, int depth) {
+  auto put = [](bool accepted) { return accepted ? WalkEnd::Done : WalkEnd::Refused; };
+  switch (tree.GetType()) {
+    case NyJson::TypeEmpty: return put(writer.Null());
+    case NyJson::TypeVariant: {
+      const NyVariant& v = tree.GetVariant();
+      switch (v.GetType()) {
+        case NyVariant::TypeNone: return put(writer.Null());
+        case NyVariant::TypeUInt8:
+        case NyVariant::TypeUInt16:
+        case NyVariant::TypeUInt32: return put(writer.Uint(unsigned(v.GetUInt64())));
+        case NyVariant::TypeUInt64: return put(writer.Uint64(v.GetUInt64()));
+        case NyVariant::TypeInt8:
+        case NyVariant::TypeInt16:
+        case NyVariant::TypeInt32: return put(writer.Int(int(v.GetInt64())));
+        case NyVariant::TypeInt64: return put(writer.Int64(v.GetInt64()));
+        case NyVariant::TypeFloat:
+        case NyVariant::TypeDouble: return put(writer.Double(v.GetDouble()));
+        case NyVariant::TypeBool: return put(writer.Bool(v.GetBool()));
+        case NyVariant::TypeString:
+          return put(writer.String(v.GetString().data(), rapidjson::SizeType(v.GetString().size())));
+        case NyVariant::TypeGuid: {
+          char text[39];
+          StringHelp::ConvertNyGuidToString(v.GetGuid(), text);
+          return put(writer.String(text, 38));
+        }
+        default: return writer.Null() ? WalkEnd::Failed : WalkEnd::Refused;
+      }
+    }
+    case NyJson::TypeArray: {
+      if (!writer.StartArray()) return WalkEnd::Refused;
+      WalkEnd end = depth >= k_maxDepth ? WalkEnd::Failed : WalkEnd::Done;
+      for (size_t i = 0; end == WalkEnd::Done && i < tree.GetArray().size(); ++i) {
+        end = WriteTree(tree.GetArray()[i], writer, depth + 1);
+        if (end == WalkEnd::Refused) return end;
+      }
+      return writer.EndArray() ? end : WalkEnd::Refused;
+    }
+    case NyJson::TypeMap: {
+      if (!writer.StartObject()) return WalkEnd::Refused;
+      WalkEnd end = depth >= k_maxDepth ? WalkEnd::Failed : WalkEnd::Done;
+      for (auto it = tree.GetMap().begin(); end == WalkEnd::Done && it != tree.GetMap().end(); ++it) {
+        if (!writer.Key(it->first.c_str(), rapidjson::SizeType(it->first.GetLength()))) return WalkEnd::Refused;
+        end = WriteTree(it->second, writer, depth + 1);
+        if (end == WalkEnd::Refused) return end;
+      }
+      return writer.EndObject() ? end : WalkEnd::Refused;
+    }
+    default: return WalkEnd::Failed;  // not reached: a tree has four kinds
+  }
+}
+
+template <typename Writer>
+CStdStr<char> TreeToString(const NyJson& tree) {
+  rapidjson::StringBuffer buffer;
+  Writer writer(buffer);
+  WriteTree(tree, writer, 0);
+  return CStdStr<char>(buffer.GetString());
+}
+
 }  // namespace
 
 bool ToPrettyFile(const CStdStr<wchar_t>& path, const NyJson& tree) {
-  TreeDocument made(tree);
-  return ToPrettyFile(path, static_cast<const Value&>(made.document));
+  FILE* file = lu::FileOperation::OpenFile(path, L"wb");
+  if (!file) return false;
+  {
+    std::vector<char> buffer(k_fileBufferSize);
+    rapidjson::FileWriteStream stream(file, buffer.data(), buffer.size());
+    rapidjson::PrettyWriter<rapidjson::FileWriteStream> writer(stream);
+    WriteTree(tree, writer, 0);
+    stream.Flush();
+  }
+  std::fclose(file);
+  return true;
 }
 
 CStdStr<char> ToPrettyString(const Value& value) {
@@ -365,16 +439,12 @@ CStdStr<char> ToPrettyString(const Value& value) {
 }
 
 CStdStr<char> ToPrettyString(const NyJson& tree) {
-  TreeDocument made(tree);
-  return ToPrettyString(static_cast<const Value&>(made.document));
+  return TreeToString<rapidjson::PrettyWriter<rapidjson::StringBuffer>>(tree);
 }
 
 CStdStr<char> ToString(const Value& value) { return WriteToString<rapidjson::Writer<rapidjson::StringBuffer>>(value); }
 
-CStdStr<char> ToString(const NyJson& tree) {
-  TreeDocument made(tree);
-  return ToString(static_cast<const Value&>(made.document));
-}
+CStdStr<char> ToString(const NyJson& tree) { return TreeToString<rapidjson::Writer<rapidjson::StringBuffer>>(tree); }
 
 CStdStr<char> ToString(const NyError* error) {
   NyJson tree;

@@ -57,9 +57,11 @@ void ReadStream(const char* data, unsigned int length, Document& document, NyErr
 // Indented text (four blanks, LF) to a file; false only when the file can't be opened for
 // writing. A NaN or infinity stops the text at that value (the writer's refusal is ignored).
 bool ToPrettyFile(const CStdStr<wchar_t>& path, const Value& value);
-// The same from a tree, through ToRapidJson (map order; its result is ignored).
+// The same from a tree: the text of the document that ToRapidJson makes (map order; a failed
+// conversion gives the part converted), written straight from the tree.
 bool ToPrettyFile(const CStdStr<wchar_t>& path, const NyJson& tree);
-// Indented and compact text, up to its first NUL; a NaN or infinity ends the text there.
+// Indented and compact text, up to its first NUL; a NaN or infinity ends the text there. The
+// tree forms write what ToRapidJson's document would give.
 CStdStr<char> ToPrettyString(const Value& value);
 CStdStr<char> ToPrettyString(const NyJson& tree);
 CStdStr<char> ToString(const Value& value);

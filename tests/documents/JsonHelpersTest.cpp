@@ -69,6 +69,7 @@ TEST(JsonHelpers, TreeShapesAndWriterStops) {
   floats.GetArray().push_back(NyVariant(std::nan("")));
   floats.GetArray().push_back(NyVariant(2.0));
   EXPECT_EQ(jh::ToString(floats), "[0.10000000149011612,");  // the writer stops at the NaN
+  EXPECT_EQ(jh::ToPrettyString(floats), "[\n    0.10000000149011612,\n    ");
   EXPECT_EQ(jh::ToPrettyString(Tree(R"({"a":[1]})")), "{\n    \"a\": [\n        1\n    ]\n}");
   // Narrow widths come back as numbers, and the kinds match a parsed number's.
   NyJson widths;
@@ -188,6 +189,8 @@ TEST(JsonHelpers, FilesAndDeepTrees) {
   EXPECT_EQ(copy, deep);
   jh::Document out;
   EXPECT_FALSE(jh::ToRapidJson(deep, out, out.GetAllocator()));
+  EXPECT_EQ(jh::ToString(deep), jh::ToString(out));  // the tree's text is its document's text
+  EXPECT_EQ(jh::ToString(deep).size(), 2u * (jh::k_maxDepth + 1));
   EXPECT_FALSE(jh::FromRapidJson(out, copy));
 }
 
@@ -229,6 +232,9 @@ TEST(JsonHelpers, RandomTreesRoundTripAndPythonAgrees) {
   for (int i = 0; i < 300; ++i) {
     trees.push_back(RandomTree(0));
     const std::string text = i % 2 ? jh::ToString(trees.back()) : jh::ToPrettyString(trees.back());
+    jh::Document doc;
+    jh::ToRapidJson(trees.back(), doc);
+    EXPECT_EQ(text, i % 2 ? jh::ToString(doc) : jh::ToPrettyString(doc));
     EXPECT_EQ(Tree(text), trees.back()) << text;
     nytest::WriteFileBytes(dir.Native(std::to_string(i) + ".json"), {text.begin(), text.end()});
   }
