@@ -125,18 +125,19 @@ NyJson ParseTree(const std::string& text) {
   return tree;
 }
 
-// Text to NyJson (ReadStream and FromRapidJson) against Document::Parse.
+// Text to NyJson (ReadStream and FromRapidJson) against Document::Parse. Only the building is
+// timed on both sides: the tree and the document are freed outside the clock.
 void BM_Parse(benchmark::State& state) {
   const std::string& text = g_docs[state.range(0)];
   nybench::PairTimer t;
   for (auto _ : state) {
-    const double ours = nybench::PairTimer::Time([&] { benchmark::DoNotOptimize(ParseTree(text)); });
+    NyJson tree;
+    const double ours = nybench::PairTimer::Time([&] { tree = ParseTree(text); });
+    benchmark::DoNotOptimize(tree.GetType());
     t.ours += ours;
-    t.peer += nybench::PairTimer::Time([&] {
-      rapidjson::Document doc;
-      doc.Parse(text.c_str());
-      benchmark::DoNotOptimize(doc.IsNull());
-    });
+    rapidjson::Document doc;
+    t.peer += nybench::PairTimer::Time([&] { doc.Parse(text.c_str()); });
+    benchmark::DoNotOptimize(doc.IsNull());
     state.SetIterationTime(ours);
   }
   t.Report(state, text.size() / 1e6, "MB/s");
