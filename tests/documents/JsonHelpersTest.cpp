@@ -148,6 +148,10 @@ TEST(JsonHelpers, ReadErrors) {
     jh::Document deep;
     jh::ReadStream(text.data(), unsigned(text.size()), deep, error);
     EXPECT_EQ(error != nullptr, depth > jh::k_maxDepth);
+    NyJson tree;
+    if (!error) {
+      EXPECT_TRUE(jh::FromRapidJson(deep, tree) && jh::ToString(tree) == text);
+    }
     delete error;
     error = nullptr;
   }
