@@ -4,14 +4,15 @@
 
 #include "BenchSupport.h"
 
+// First: it fixes rapidjson's configuration before the peer's headers come in.
+#include <nybase/documents/JsonHelpers.h>
+
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
 #include <random>
 #include <string>
 #include <vector>
-
-#include <nybase/documents/JsonHelpers.h>
 
 namespace {
 

@@ -13,10 +13,6 @@ if(NYBASE_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
 endif()
-if((NYBASE_SANITIZE OR NYBASE_FUZZ) AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-  # Third-party header code whose known undefined-behaviour reports are not ours to fix.
-  add_compile_options(-fsanitize-ignorelist=${CMAKE_CURRENT_LIST_DIR}/sanitizer-ignorelist.txt)
-endif()
 if(NYBASE_TSAN)
   # ThreadSanitizer cannot be combined with AddressSanitizer: a build dir of its own.
   if(NYBASE_SANITIZE)

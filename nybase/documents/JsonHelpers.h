@@ -1,7 +1,7 @@
 // lu::JsonHelpers: NyJson to and from rapidjson documents, map merging, JSON text in files and strings.
 #pragma once
 
-#include <rapidjson/document.h>
+#include <nybase/documents/RapidJsonConfig.h>  // rapidjson, configured as the whole library sees it
 
 #include <nybase/documents/NyError.h>
 #include <nybase/documents/NyJson.h>

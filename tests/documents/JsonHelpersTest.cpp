@@ -2,8 +2,6 @@
 // random trees checked against python's json module.
 #include <gtest/gtest.h>
 
-#include <rapidjson/error/en.h>
-
 #include <cmath>
 #include <fstream>
 #include <random>
