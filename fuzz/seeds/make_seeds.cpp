@@ -587,5 +587,19 @@ int main(int argc, char** argv) {
                         "//79AA==", "QUJDREVGR0hJSktMTU5PUFFSU1RVVldYWVphYmNkZWZnaGlqa2xtbm9w\ncXJzdHV2d3h5eg=="}) {
     Save("base64", "text" + std::to_string(i++) + ".txt", Text(t));
   }
+  // JSON texts behind a mode byte (comments, stable form, pretty text, array merging).
+  MakeFolder(g_out + "/json_tree");
+  i = 0;
+  for (const char* t : {R"({"a":[1,2,{"b":null}],"Name":"n","@type":"t","c":-3000000000})",
+                        R"([1.5e-7,true,"{00000000-0000-0000-0000-0000000000AB}","\u00e9\ud83d\ude00"])",
+                        "/* c */ {\"x\": [[[]]], // y\n \"z\": 18446744073709551615}", R"({"a":1,"a":{"k":[]}})",
+                        "[[[[[[[[[[1]]]]]]]]]]", "{\"s\":\"a\\u0000b\"}"}) {
+    for (uint8_t mode : {0, 7, 9}) {
+      Bytes b{mode};
+      Append(b, Text(t));
+      Save("json_tree", std::to_string(mode) + "_text" + std::to_string(i) + ".json", b);
+    }
+    ++i;
+  }
   return g_failures == 0 ? 0 : 1;
 }

@@ -1,0 +1,85 @@
+// Fuzz target: arbitrary bytes parsed into a NyJson tree, written back as text and read again,
+// merged, and walked with lu::JsonTextReader.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include <nybase/documents/JsonHelpers.h>
+#include <nybase/documents/JsonTextReader.h>
+
+namespace jh = lu::JsonHelpers;
+
+namespace {
+
+// Moves into every map entry and array element below the reader's node, to a bounded depth.
+void Walk(lu::JsonTextReader& reader, const NyJson& node, int depth) {
+  if (depth > 8) return;
+  reader.IsEmptyElement();
+  const char* out = nullptr;
+  if (!node.IsMap()) return;
+  for (const auto& [key, value] : node.GetMap()) {
+    reader.GetConstAttribute(key.c_str(), out);
+    reader.GetAttribute(CStdStr<wchar_t>(key.c_str()));
+    // Wide names reach only ASCII keys unchanged; others may name another entry.
+    bool ascii = true;
+    for (const char* p = key.c_str(); *p; ++p) ascii = ascii && static_cast<unsigned char>(*p) < 0x80;
+    if (!ascii || !reader.MoveTo(CStdStr<wchar_t>(key.c_str()))) continue;
+    reader.GetConstName();
+    if (value.IsArray()) {
+      for (const NyJson& element : value.GetArray()) {
+        reader.Next();
+        Walk(reader, element, depth + 1);
+      }
+      reader.Next();
+      if (reader.GetNodeType() != lu::EndElement) std::abort();
+      reader.CleanArray();
+    } else {
+      Walk(reader, value, depth + 1);
+    }
+    reader.MoveToPrevious();
+  }
+}
+
+}  // namespace
+
+// The first byte: bit 0 allows comments, bit 1 writes the stable form, bit 2 pretty text.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  if (size == 0) return 0;
+  const uint8_t mode = data[0];
+  const char* text = reinterpret_cast<const char*>(data + 1);
+  jh::Document doc;
+  NyError* error = nullptr;
+  jh::ReadStream(text, unsigned(size - 1), doc, error, mode & 1);
+  if (error) {
+    jh::ToString(error);
+    delete error;
+    return 0;
+  }
+  NyJson tree;
+  if (!jh::FromRapidJson(doc, tree)) std::abort();  // a parsed document always converts
+  jh::Document out;
+  if (mode & 2) {
+    jh::ToStableRapidJson(tree, out);
+  } else {
+    jh::ToRapidJson(tree, out);
+  }
+  const std::string written = mode & 4 ? jh::ToPrettyString(out) : jh::ToString(out);
+  // What we write reads back to a tree of the same shape (numbers may differ in the last digit).
+  jh::Document again;
+  jh::ReadStream(written.data(), unsigned(written.size()), again, error);
+  if (error) {
+    delete error;
+    if (!(tree.IsVariant() && tree.GetVariant().IsNone())) std::abort();  // only "null" fails
+    return 0;
+  }
+  NyJson back;
+  jh::FromRapidJson(again, back);
+  if (back.GetType() != tree.GetType()) std::abort();
+  if (tree.IsMap()) {
+    NyJson merged(jh::MergeMaps(tree.GetMap(), back.GetMap(), mode & 8));
+    lu::JsonTextReader reader(merged);
+    Walk(reader, merged, 0);
+  }
+  return 0;
+}
