@@ -97,7 +97,13 @@
 // Documents.
 #include <nybase/documents/IXmlReader.h>
 #include <nybase/documents/IXmlWriter.h>
+#include <nybase/documents/JsonHelpers.h>
+#include <nybase/documents/JsonTextReader.h>
 #include <nybase/documents/JsonTextWriter.h>
+#include <nybase/documents/NyError.h>
+#include <nybase/documents/NyJson.h>
+#include <nybase/documents/NyJsonXmlTextWriter.h>
+#include <nybase/documents/NyVariant.h>
 #include <nybase/documents/RapidJsonConfig.h>
 #include <nybase/documents/TextWriterBase.h>
 #include <nybase/documents/ThinJson.h>
