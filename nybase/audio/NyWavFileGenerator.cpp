@@ -51,8 +51,8 @@ unsigned long long NyWavFileGenerator::ToneFrames(float sustainTime, float fadeI
                                                   float fadeOutTime, unsigned int sampleRate,
                                                   unsigned long long maxFrames) {
   const float total = (sustainTime + fadeInTime + fadeOutTime) * static_cast<float>(sampleRate);
-  // NaN and negative totals fail this test, so the conversion below is always defined.
-  if (!(total >= 1.0f)) return 0;
+  // NaN, infinite and negative totals fail this test, so the conversion below is defined.
+  if (!std::isfinite(total) || !(total >= 1.0f)) return 0;
   if (total >= static_cast<float>(maxFrames)) return maxFrames;
   return static_cast<unsigned long long>(total);
 }

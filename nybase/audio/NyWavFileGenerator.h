@@ -33,8 +33,8 @@ class NyWavFileGenerator {
   // the file PATH"); it is left untouched otherwise, also when a later write fails (the file is
   // then incomplete).
   // Limits on bad input (no division by zero, no unbounded file):
-  // - a total that is NaN, negative or below one frame, a sample rate of 0 and a configuration of
-  //   0 channels give a file with an empty "data" chunk;
+  // - a total that is NaN, infinite, negative or below one frame, a sample rate of 0 and a
+  //   configuration of 0 channels give a file with an empty "data" chunk;
   // - the total is capped at the frames whose data fits below 4 GiB (the writer's limit);
   // - fadeOutTime 0 silences anything past the sustain instead of dividing by it;
   // - a non-finite frequency counts as 0 Hz, a NaN level as silence (gain 0); frequencies above
@@ -48,7 +48,7 @@ class NyWavFileGenerator {
   // fast approximation of 10^(levelDb / 20) in 32-bit arithmetic (within about 0.1 %).
   static float LevelToGain(float levelDb);
   // The frame count of a tone: (sustain + fadeIn + fadeOut) x sampleRate in floats, truncated;
-  // 0 for NaN, negative or 0-frame totals, capped at `maxFrames`.
+  // 0 for NaN, infinite, negative or 0-frame totals, capped at `maxFrames`.
   static unsigned long long ToneFrames(float sustainTime, float fadeInTime, float fadeOutTime,
                                        unsigned int sampleRate, unsigned long long maxFrames);
   // One sample of the waveform at phase `phase` (cycles) before gain; `noiseState` advances for
