@@ -78,7 +78,9 @@ void NyWavFileGenerator::WriteTone(const lu::Path& path, BitDepth depth, unsigne
                                    float fadeInTime, float fadeOutTime, Waveform waveform,
                                    float frequency, unsigned long long channelMask,
                                    NyError*& error) {
-  if (!lu::EnsureDirectoryExists(path.GetFileDirectory(false))) {
+  // A bare file name lives in the current directory, which exists: only a named one is made.
+  const CStdStr<wchar_t> directory = path.GetFileDirectory(false);
+  if (!directory.empty() && !lu::EnsureDirectoryExists(directory)) {
     error = FileError("Could not create the directory for ", path);
     return;
   }

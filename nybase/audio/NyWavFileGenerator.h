@@ -27,7 +27,8 @@ class NyWavFileGenerator {
   // The level ramps linearly from 0 over fadeInTime, holds for sustainTime and falls to 0 over
   // fadeOutTime (seconds). Channel c carries the signal when bit c % 64 of `channelMask` is set,
   // silence otherwise. The channel count, type and mask come from `config`; type 2 (ambisonic)
-  // gives the B-format sub-format. The directory of `path` is made when missing.
+  // gives the B-format sub-format. The directory of `path` is made when missing (a bare file
+  // name is written in the current directory).
   // Failure: `error` receives a new "ny.velmoor.file_error" record when the directory cannot be
   // made ("Could not create the directory for PATH") or the file cannot be opened ("Could not open
   // the file PATH"); it is left untouched otherwise, also when a later write fails (the file is
