@@ -35,7 +35,9 @@ TEST(ToolTone, InfoShowsWhatWasAsked) {
     EXPECT_EQ(d["format"]["channels"].GetUint(), c.channels) << c.options;
     EXPECT_EQ(d["format"]["bitsPerSample"].GetUint(), c.bits) << c.options;
     // Anonymous channels get the reader's default layout, so only named layouts are compared.
-    if (c.layout) EXPECT_STREQ(d["format"]["channelConfig"]["name"].GetString(), c.layout) << c.options;
+    if (c.layout) {
+      EXPECT_STREQ(d["format"]["channelConfig"]["name"].GetString(), c.layout) << c.options;
+    }
     EXPECT_STREQ(d["format"]["sampleType"].GetString(), c.sampleType) << c.options;
     EXPECT_EQ(d["frames"].GetUint(), c.frames) << c.options;
   }
