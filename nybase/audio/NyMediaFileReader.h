@@ -24,7 +24,10 @@ class NyMediaFileReader {
   // the container's "data" chunk. False for a type other than 1 or 2, when the file cannot be
   // opened, when its first 32 bytes cannot be read, and for a container whose outer size passes
   // the file, whose chunks run past its end, or that has no "data" chunk. Only the low 32 bits of
-  // the file's size count.
+  // the file's size count. The chunk walk reads a header only while more than 8 bytes remain, so
+  // a container whose "data" chunk is empty and ends the file (what the writer makes of an empty
+  // source) is refused, on purpose: it is the rule these containers are judged by, and such a
+  // payload has nothing to read.
   bool Open(const lu::Path& path);
   // Reads exactly `size` bytes of payload; false when closed or on a short read.
   bool ReadData(void* out, unsigned int size);
