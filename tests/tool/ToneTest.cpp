@@ -1,10 +1,14 @@
-// nybase tone: the default tone and a surround float tone as nybase info reads them, and the
-// refused options.
+// nybase tone: tones as nybase info reads them, the default tone measured by sox and by FFTHelper,
+// and the refused options.
 #include <gtest/gtest.h>
 
 #include <rapidjson/document.h>
 
+#include <cmath>
+#include <sstream>
 #include <string>
+
+#include <nybase/analysis/FFTHelper.h>
 
 #include "../support/TestSupport.h"
 #include "ToolRunner.h"
@@ -41,6 +45,31 @@ TEST(ToolTone, InfoShowsWhatWasAsked) {
     EXPECT_STREQ(d["format"]["sampleType"].GetString(), c.sampleType) << c.options;
     EXPECT_EQ(d["frames"].GetUint(), c.frames) << c.options;
   }
+}
+
+// sox reads the default tone with the asked rate, channels, length and RMS; its strongest
+// frequency is 1 kHz within a bin through sox's spectrum and through FFTHelper.
+TEST(ToolTone, SoxAndFftMeasureTheDefaultTone) {
+  if (!nytest::HaveProgram("sox")) GTEST_SKIP() << "sox not installed";
+  nytest::TempDir dir;
+  ASSERT_EQ(RunTool("tone " + Quote(dir.Native("t.wav"))).exitCode, 0);
+  const std::string p = Quote(dir.Native("t.wav")) + " ";
+  // Rate, channels and frames; then the strongest line of sox's spectrum and the RMS of channel 1.
+  ASSERT_EQ(nytest::Run("(sox --i -r " + p + "; sox --i -c " + p + "; sox --i -s " + p + "; sox " + p +
+                        "-n remix 1 stat -freq 2>&1 | awk 'NF == 2 && $2 > m {m = $2; f = $1} "
+                        "/^RMS +amp/ {r = $3} END {print f, r}') > " + Quote(dir.Native("out"))), 0);
+  const auto bytes = nytest::ReadFileBytes(dir.Native("out"));
+  std::istringstream out(std::string(bytes.begin(), bytes.end()));
+  unsigned rate = 0, channels = 0, frames = 0;
+  double freq = 0, rms = 0;
+  out >> rate >> channels >> frames >> freq >> rms;
+  EXPECT_TRUE(rate == 48000 && channels == 2 && frames == 48000) << out.str();
+  EXPECT_NEAR(freq, 1000.0, 48000.0 / 4096);
+  EXPECT_NEAR(rms, std::pow(10.0, -6 / 20.0) / std::sqrt(2.0), 1e-3);
+  FFTHelper fft(4096, FFTHelper::Hann);
+  std::vector<float> spectrum;
+  ASSERT_TRUE(fft.GetSpectrum(lu::Path(dir.Wide("t.wav")), spectrum, rate, nullptr));
+  EXPECT_NEAR(FFTHelper::FindMaximumFrequency(spectrum, rate, -1.0), 1000.0, 48000.0 / 4096);
 }
 
 TEST(ToolTone, RefusedOptions) {
