@@ -10,7 +10,9 @@
 
 namespace {
 
-constexpr unsigned int k_copyBlock = 32768;
+// The copy block: 1 MiB, not smaller, on purpose: 32 KiB blocks copied at about half the speed of
+// cp, 1 MiB blocks at its speed (a 256 MiB payload on this library's benchmark).
+constexpr unsigned int k_copyBlock = 1 << 20;
 constexpr unsigned long long k_maxFileSize = 0xFFFFFFFFull;
 inline constexpr uint32_t k_fccMIDI = NyFourCC("MIDI");
 inline constexpr uint32_t k_fccPLUG = NyFourCC("PLUG");

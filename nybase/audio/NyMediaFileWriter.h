@@ -36,7 +36,7 @@ class NyMediaFileWriter {
   // Without a hash the file has no "hash" chunk and reads back as a bare file.
   void SetHash(unsigned char* bytes, unsigned int size);
 
-  // Writes the header chunks and copies the whole source after them in blocks of 32 KiB; the
+  // Writes the header chunks and copies the whole source after them in blocks of 1 MiB; the
   // payload starts on a multiple of the alignment (an odd alignment is met on an even offset, so
   // that the "junk" chunk keeps an even size). False for a type other than 1 or 2, when either
   // file is not open, on a failed read or write, and when the file would pass 4 GiB - 1 (the

@@ -9,10 +9,13 @@
 
 #include <nybase/audio/NyWavFileWriter.h>
 #include <nybase/audio/WaveFormat.h>
+#include <nybase/audio/internal/ExactFmod.h>
 #include <nybase/files/DirectoryRecursive.h>
 #include <nybase/platform/Utf.h>
 
 namespace {
+
+using nybase::audio::detail::ExactFmod;
 
 constexpr unsigned int k_blockFrames = 16384;
 // Bytes before the samples: the RIFF header, "fmt " of 40, "hash" of 16 and the "data" header.
@@ -21,9 +24,26 @@ constexpr unsigned long long k_maxFileSize = 0xFFFFFFFFull;
 
 // The fast sine of one period per unit of phase, all in floats; within about 0.1 % of sin.
 float FastSine(float phase) {
-  const float x = std::fmod(phase * 6.2831855f + 3.1415927f, 6.2831855f) - 3.1415927f;
+  const float x = ExactFmod(phase * 6.2831855f + 3.1415927f, 6.2831855f) - 3.1415927f;
   const float y = x * 1.2732395f - std::fabs(x) * x * 0.4052847f;
   return y + (std::fabs(y) * y - y) * 0.225f;
+}
+
+// The waveforms of WaveSample, inlined into the frame loop.
+inline float Wave(NyWavFileGenerator::Waveform waveform, float phase, uint32_t& noiseState) {
+  switch (waveform) {
+    case NyWavFileGenerator::Waveform_Sine:
+      return FastSine(phase);
+    case NyWavFileGenerator::Waveform_Triangle:
+      return std::fabs(ExactFmod(phase * 4.0f + 3.0f, 4.0f) - 2.0f) - 1.0f;
+    case NyWavFileGenerator::Waveform_Square:
+      return ExactFmod(phase, 1.0f) < 0.5f ? 1.0f : -1.0f;
+    case NyWavFileGenerator::Waveform_Noise:
+      noiseState = noiseState * 214013u + 2531011u;
+      return static_cast<float>(static_cast<int32_t>(noiseState)) * 2.3283064e-10f;
+    default:
+      return 0.0f;
+  }
 }
 
 NyError* FileError(const char* what, const lu::Path& path) {
@@ -58,19 +78,7 @@ unsigned long long NyWavFileGenerator::ToneFrames(float sustainTime, float fadeI
 }
 
 float NyWavFileGenerator::WaveSample(Waveform waveform, float phase, uint32_t& noiseState) {
-  switch (waveform) {
-    case Waveform_Sine:
-      return FastSine(phase);
-    case Waveform_Triangle:
-      return std::fabs(std::fmod(phase * 4.0f + 3.0f, 4.0f) - 2.0f) - 1.0f;
-    case Waveform_Square:
-      return std::fmod(phase, 1.0f) < 0.5f ? 1.0f : -1.0f;
-    case Waveform_Noise:
-      noiseState = noiseState * 214013u + 2531011u;
-      return static_cast<float>(static_cast<int32_t>(noiseState)) * 2.3283064e-10f;
-    default:
-      return 0.0f;
-  }
+  return Wave(waveform, phase, noiseState);
 }
 
 void NyWavFileGenerator::WriteTone(const lu::Path& path, BitDepth depth, unsigned int sampleRate,
@@ -133,7 +141,7 @@ void NyWavFileGenerator::WriteTone(const lu::Path& path, BitDepth depth, unsigne
     float* out = buffer.get();
     for (unsigned int i = 0; i < frames; ++i) {
       const float t = static_cast<float>(i) / rate + startTime;
-      const float s = WaveSample(waveform, t * frequency, noiseState) * gain;
+      const float s = Wave(waveform, t * frequency, noiseState) * gain;
       float value;
       if (t < fadeInTime) {
         value = t / fadeInTime * s;

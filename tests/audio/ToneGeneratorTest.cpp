@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <random>
 
 #include <nybase/audio/NyWavFileGenerator.h>
+#include <nybase/audio/internal/ExactFmod.h>
 
 #include "ChunkTestSupport.h"
 
@@ -41,6 +44,18 @@ TEST(ToneGenerator, FormulasAndFrameCounts) {
   EXPECT_EQ(Gen::ToneFrames(1, 0.5f, 0.25f, 48000, ~0ull), 84000u);
   for (float bad : {NAN, INFINITY, -2.0f}) EXPECT_EQ(Gen::ToneFrames(bad, 0, 1, 48000, ~0ull), 0u) << bad;
   EXPECT_EQ(Gen::ToneFrames(1e30f, 0, 0, 48000, 1000), 1000u);
+}
+
+TEST(ToneGenerator, ExactFmodMatchesFmodBitForBit) {
+  std::mt19937 rng(7);
+  for (int i = 0; i < 2000000; ++i) {
+    // Any bit pattern, or a float next to a multiple of y, where the quotient rounds to an integer.
+    const float y = i % 3 ? 6.2831855f : i % 2 ? 1.0f : 4.0f;
+    const float x = i % 2 ? std::bit_cast<float>(static_cast<uint32_t>(rng()))
+                          : std::nextafter(float(rng() % 40000000) * y, i % 4 ? 1e30f : -1e30f) * (i % 8 ? 1 : -1);
+    const float a = nybase::audio::detail::ExactFmod(x, y), b = std::fmod(x, y);
+    ASSERT_TRUE(std::bit_cast<uint32_t>(a) == std::bit_cast<uint32_t>(b) || (std::isnan(a) && std::isnan(b))) << x;
+  }
 }
 
 TEST(ToneGenerator, FormatMaskEnvelopeAndPeaks) {
