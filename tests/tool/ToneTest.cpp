@@ -15,7 +15,6 @@
 
 namespace {
 
-using nytest::ParseLine;
 using nytest::Quote;
 using nytest::RunTool;
 
@@ -34,14 +33,12 @@ TEST(ToolTone, InfoShowsWhatWasAsked) {
     ASSERT_EQ(t.exitCode, 0) << c.options << t.err;
     const auto r = RunTool("info --json " + Quote(out));
     ASSERT_EQ(r.exitCode, 0) << r.err;
-    const auto d = ParseLine(r.OutLines().at(0));
+    const auto d = nytest::ParseLine(r.OutLines().at(0));
     EXPECT_EQ(d["format"]["sampleRate"].GetUint(), c.rate) << c.options;
     EXPECT_EQ(d["format"]["channels"].GetUint(), c.channels) << c.options;
     EXPECT_EQ(d["format"]["bitsPerSample"].GetUint(), c.bits) << c.options;
     // Anonymous channels get the reader's default layout, so only named layouts are compared.
-    if (c.layout) {
-      EXPECT_STREQ(d["format"]["channelConfig"]["name"].GetString(), c.layout) << c.options;
-    }
+    EXPECT_STREQ(c.layout ? d["format"]["channelConfig"]["name"].GetString() : nullptr, c.layout) << c.options;
     EXPECT_STREQ(d["format"]["sampleType"].GetString(), c.sampleType) << c.options;
     EXPECT_EQ(d["frames"].GetUint(), c.frames) << c.options;
   }
