@@ -103,11 +103,15 @@ bool NyMediaFileWriter::WriteFile() {
   m_chunksWritten |= ChunkFlag_Data;
   m_dataOffset = static_cast<unsigned int>(end);
 
-  std::unique_ptr<unsigned char[]> block(new (std::nothrow) unsigned char[k_copyBlock]);
+  // A small source gets a block of its own size (the loop still reads until the end).
+  const unsigned long long sourceSize = m_source.GetFileSize();
+  const unsigned int blockSize =
+      sourceSize < k_copyBlock ? static_cast<unsigned int>(sourceSize) + 1 : k_copyBlock;
+  std::unique_ptr<unsigned char[]> block(new (std::nothrow) unsigned char[blockSize]);
   if (!block) return false;
   for (;;) {
     unsigned int got = 0;
-    if (!m_source.Read(block.get(), k_copyBlock, got)) return false;
+    if (!m_source.Read(block.get(), blockSize, got)) return false;
     if (got == 0) break;
     // The outer and data sizes are 32 bits: the file, with its pad byte, stays below 4 GiB.
     if (uint64_t{m_dataOffset} + m_dataSize + got + 1 > k_maxFileSize) return false;
