@@ -130,6 +130,8 @@
 #include <nybase/audio/NyHashChunk.h>
 #include <nybase/audio/NyJunkChunk.h>
 #include <nybase/audio/NyListChunk.h>
+#include <nybase/audio/NyMediaFileReader.h>
+#include <nybase/audio/NyMediaFileWriter.h>
 #include <nybase/audio/NyMidiFile.h>
 #include <nybase/audio/NyMidiParseAt.h>
 #include <nybase/audio/NyMidiRecords.h>
@@ -137,6 +139,7 @@
 #include <nybase/audio/NySmplChunk.h>
 #include <nybase/audio/NyWAVStructs.h>
 #include <nybase/audio/NyWavFile.h>
+#include <nybase/audio/NyWavFileGenerator.h>
 #include <nybase/audio/NyWavFileReader.h>
 #include <nybase/audio/NyWavFileWriter.h>
 #include <nybase/audio/NyWaveMarker.h>

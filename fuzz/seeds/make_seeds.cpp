@@ -524,6 +524,27 @@ std::vector<std::pair<std::string, Bytes>> MidiSeeds() {
   };
 }
 
+// Media containers: the magic, "hash", "junk" up to the alignment, "data" and an odd pad.
+Bytes MediaContainer(const char* magic, unsigned alignment, bool hash, const Bytes& payload) {
+  Bytes b;
+  Id(b, magic);
+  U32(b, 0);
+  if (hash) {
+    Id(b, "hash");
+    U32(b, 16);
+    for (int i = 0; i < 16; ++i) b.push_back(uint8_t(i));
+  }
+  const size_t end = (b.size() + 16 + alignment - 1) / alignment * alignment;
+  Append(b, Chunk("junk", Bytes(end - b.size() - 16)));
+  Id(b, "data");
+  U32(b, uint32_t(payload.size()));
+  Append(b, payload);
+  if (b.size() % 2) b.push_back(0);
+  const uint32_t outer = uint32_t(b.size() - 8);
+  std::memcpy(b.data() + 4, &outer, 4);
+  return b;
+}
+
 int main(int argc, char** argv) {
   if (argc != 2) {
     std::fprintf(stderr, "usage: make_seeds OUT_DIR\n");
@@ -600,6 +621,19 @@ int main(int argc, char** argv) {
       Save("json_tree", std::to_string(mode) + "_text" + std::to_string(i) + ".json", b);
     }
     ++i;
+  }
+  // media_file: the first byte picks the type (1 MIDI, 2 PLUG), the rest is the file.
+  MakeFolder(g_out + "/media_file");
+  const Bytes song = Text("MThd payload of an odd size");
+  const struct { const char* name; uint8_t type; Bytes file; } media[] = {
+      {"midi16.bin", 1, MediaContainer("MIDI", 16, true, song)},
+      {"plug128.bin", 2, MediaContainer("PLUG", 128, true, Text("plug-in media"))},
+      {"nohash.bin", 1, MediaContainer("MIDI", 16, false, song)},
+      {"bare.bin", 2, Text("a bare payload without any header at all")}};
+  for (const auto& m : media) {
+    Bytes b{m.type};
+    Append(b, m.file);
+    Save("media_file", m.name, b);
   }
   return g_failures == 0 ? 0 : 1;
 }
