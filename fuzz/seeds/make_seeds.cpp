@@ -587,8 +587,8 @@ int main(int argc, char** argv) {
   const char* jsons[] = {
       R"({"a":[1,-2,3.5e10,18446744073709551615,"s\u00e9\ud834\udd1e",true,false,null],"a":{}})",
       "\xEF\xBB\xBF// c\n[/* x */ {\"k\": \"v\"}]",
-      R"({"type":"object","properties":{"p":{"$ref":"other.json#/definitions/a"},"q":{"pattern":"^(ab)+$"}},)"
-      R"("patternProperties":{"^x":{"minimum":1}},"additionalProperties":false,"definitions":{"d":{"$ref":"#/properties/q"}}})",
+      (R"({"type":"object","properties":{"p":{"$ref":"other.json#/definitions/a"},"q":{"pattern":"^(ab)+$"}},)"
+       R"("patternProperties":{"^x":{"minimum":1}},"additionalProperties":false,"definitions":{"d":{"$ref":"#/properties/q"}}})"),
       R"({"allOf":[{"enum":[1,"a",{"x":null}]},{"not":{"type":"string"}}],"items":[{"maxLength":3}],"dependencies":{"a":["b"]}})",
   };
   int j = 0;
