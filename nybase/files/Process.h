@@ -51,7 +51,9 @@ bool CreateProcessW(const CStdStr<wchar_t>& commandLine, Process& process, bool 
 // The same with the child's standard handles taken from `redirect`.
 bool CreateProcessW(const CStdStr<wchar_t>& commandLine, Process& process, const ProcessIORedirect& redirect,
                     bool showWindow);
-// Closes both handles without waiting and without ending the child; reaps it if it has ended.
+// Closes both handles without waiting and without ending the child; reaps it if it has ended. A
+// child still running goes on, and once it ends it stays a zombie until this process ends (no
+// handle is left to wait on it): wait before closing where that matters.
 void CloseProcess(Process& process);
 // Waits up to `milliseconds` (0xFFFFFFFF: no limit) for the child to end. 0 when it has, and
 // then `exitCode` is its exit code (128 + the signal for a child a signal ended); 258 on time-out
