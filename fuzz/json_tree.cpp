@@ -1,9 +1,11 @@
 // Fuzz target: arbitrary bytes parsed into a NyJson tree, written back as text and read again,
 // merged, and walked with lu::JsonTextReader.
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include <nybase/documents/JsonHelpers.h>
 #include <nybase/documents/JsonTextReader.h>
@@ -41,6 +43,28 @@ void Walk(lu::JsonTextReader& reader, const NyJson& node, int depth) {
   }
 }
 
+// Whether a number anywhere in the tree is not finite: rapidjson 1.1.0 reads some overlong
+// numbers as infinity without an error, and a writer stops at a non-finite number, so such a tree
+// cannot be read back whole. Iterative, so deep trees cannot exhaust the stack.
+bool HoldsNonFinite(const NyJson& root) {
+  std::vector<const NyJson*> pending{&root};
+  while (!pending.empty()) {
+    const NyJson* node = pending.back();
+    pending.pop_back();
+    if (node->IsVariant()) {
+      const NyVariant& v = node->GetVariant();
+      if ((v.GetType() == NyVariant::TypeDouble || v.GetType() == NyVariant::TypeFloat) && !std::isfinite(v.GetDouble())) {
+        return true;
+      }
+    } else if (node->IsArray()) {
+      for (const NyJson& element : node->GetArray()) pending.push_back(&element);
+    } else if (node->IsMap()) {
+      for (const auto& entry : node->GetMap()) pending.push_back(&entry.second);
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
 // The first byte: bit 0 allows comments, bit 1 writes the stable form, bit 2 pretty text.
@@ -70,7 +94,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   jh::ReadStream(written.data(), unsigned(written.size()), again, error);
   if (error) {
     delete error;
-    if (!(tree.IsVariant() && tree.GetVariant().IsNone())) std::abort();  // only "null" fails
+    // Only "null" alone, or a tree holding a non-finite number, fails to read back.
+    if (!(tree.IsVariant() && tree.GetVariant().IsNone()) && !HoldsNonFinite(tree)) std::abort();
     return 0;
   }
   NyJson back;
