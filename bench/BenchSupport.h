@@ -3,7 +3,10 @@
 
 #include <benchmark/benchmark.h>
 
+#include <unistd.h>
+
 #include <chrono>
+#include <cstdio>
 #include <map>
 #include <string>
 #include <vector>
@@ -67,5 +70,19 @@ struct PairTimer {
     }
   }
 };
+
+// The nybase tool beside the benchmarks in the build tree (<build>/bench/../tools/nybase/nybase);
+// empty, with a line on stderr, when it is not built there.
+inline std::string FindTool() {
+  char self[4096];
+  const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
+  if (n <= 0) return {};
+  self[n] = '\0';
+  std::string dir(self);
+  const std::string tool = dir.substr(0, dir.find_last_of('/')) + "/../tools/nybase/nybase";
+  if (access(tool.c_str(), X_OK) == 0) return tool;
+  std::fprintf(stderr, "the nybase tool is not built at %s\n", tool.c_str());
+  return {};
+}
 
 }  // namespace nybench

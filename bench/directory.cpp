@@ -236,16 +236,8 @@ void Ratio(const char* what, const char* ours, const char* peer, double target, 
 }  // namespace
 
 int main(int argc, char** argv) {
-  char self[4096];
-  const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
-  if (n <= 0) return 1;
-  self[n] = '\0';
-  std::string dir(self);
-  g_tool = dir.substr(0, dir.find_last_of('/')) + "/../tools/nybase/nybase";
-  if (access(g_tool.c_str(), X_OK) != 0) {
-    std::fprintf(stderr, "the nybase tool is not built at %s\n", g_tool.c_str());
-    return 1;
-  }
+  g_tool = nybench::FindTool();
+  if (g_tool.empty()) return 1;
   const char* count = std::getenv("NYBASE_BENCH_DIR_FILES");
   g_files = count != nullptr ? static_cast<size_t>(std::max(100, std::atoi(count))) : 100000;
   const char* wavCount = std::getenv("NYBASE_BENCH_WAV_FILES");

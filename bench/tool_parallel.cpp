@@ -18,6 +18,8 @@
 #include <string>
 #include <vector>
 
+#include "BenchSupport.h"
+
 extern char** environ;
 
 namespace {
@@ -113,18 +115,8 @@ BENCHMARK(BM_ToolOnsets)->Arg(1)->Arg(2)->Iterations(2)->UseManualTime()->Unit(b
 }  // namespace
 
 int main(int argc, char** argv) {
-  // The tool sits beside the benchmarks in the build tree: <build>/bench/.. /tools/nybase/nybase.
-  char self[4096];
-  const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
-  if (n <= 0) return 1;
-  self[n] = '\0';
-  std::string dir(self);
-  dir = dir.substr(0, dir.find_last_of('/'));
-  g_tool = dir + "/../tools/nybase/nybase";
-  if (access(g_tool.c_str(), X_OK) != 0) {
-    std::fprintf(stderr, "the nybase tool is not built at %s\n", g_tool.c_str());
-    return 1;
-  }
+  g_tool = nybench::FindTool();
+  if (g_tool.empty()) return 1;
   const char* count = std::getenv("NYBASE_BENCH_TOOL_FILES");
   const int files = count != nullptr ? std::max(2, std::atoi(count)) : 200;
   char tmp[] = "/tmp/nybase-bench-tool-XXXXXX";
