@@ -40,7 +40,7 @@ TEST(MediaFile, RoundTripsAtTheAlignment) {
   struct Case { int type; unsigned alignment; bool hash; size_t size; uint32_t offset; };
   const Case cases[] = {{1, 16, true, 1001, 48},  {2, 128, true, 70001, 128}, {1, 16, false, 64, 32},
                         {2, 128, false, 5, 128},  {1, 0, true, 10, 48},       {2, 0, true, 10, 128},
-                        {1, 7, true, 3, 56},      {2, 16, true, 0, 48}};
+                        {1, 7, true, 3, 56},      {2, 16, true, 0, 48}, {2, 16, true, (1u << 24) + 1, 48}};
   for (const Case& c : cases) {
     const auto payload = Payload(c.size);
     const auto f = Wrap(dir, payload, c.type, c.alignment, c.hash);

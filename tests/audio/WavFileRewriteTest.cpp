@@ -117,7 +117,9 @@ TEST(WavFileRewrite, SoxFileWithAddedMarkersLoopHashAndAlignment) {
     ASSERT_TRUE(wav.GetSmplChunk().ForceInitLoop(wav.GetFile(), &wav.GetRiffChunk(), 4410, 44099));
     lu::File out = CreateOutput(dir, "pass1.wav");
     RecordingProgress progress;
+    const unsigned int sourceRiffSize = wav.GetRiffChunk().GetChunkSize();
     ASSERT_TRUE(WriteAll(wav, out, false, &progress));
+    EXPECT_EQ(wav.GetRiffChunk().GetChunkSize(), sourceRiffSize);  // only the output's size is patched
     const int64_t size = wav.GetDataChunk().GetChunkSize();
     ASSERT_EQ(progress.ranges, (std::vector<std::pair<int64_t, int64_t>>{{0, size}}));
     std::vector<int64_t> steps;  // from 0 in whole buffers, ending on the size

@@ -415,13 +415,27 @@ TEST(WavWriterFailures, UnsupportedFormatsAndCallOrder) {
     EXPECT_EQ(w.WriteInt16AsPCMData(2, s.data()), c.int16) << c.bits;
     EXPECT_EQ(w.WriteReal32AsPCMData(2, x.data()), c.real32) << c.bits;
   }
+  // Either open finishes the file that is open, even when it fails, and the next file starts
+  // from nothing.
   NyWavFileWriter w;
-  ASSERT_TRUE(w.Open(lu::Path(dir.Wide("first.wav")), false));
-  EXPECT_FALSE(w.Open(lu::Path(dir.Wide("missing/x.wav")), false));  // the first file is finished
-  EXPECT_EQ(ReadFileBytes(dir.Native("first.wav")), Concat({B4("RIFF"), U32(4), B4("WAVE")}));
+  const auto start = [&](const char* name, unsigned frames) {
+    ASSERT_TRUE(w.Open(lu::Path(dir.Wide(name)), false));
+    w.SetFormat(Fmt40(1, 16));
+    ASSERT_TRUE(w.WriteChunks(0));
+    std::vector<short> s(frames);
+    ASSERT_TRUE(w.WriteInt16AsPCMData(frames, s.data()));
+  };
+  start("first.wav", 3);
+  EXPECT_FALSE(w.Open(lu::Path(dir.Wide("missing/x.wav")), false));
+  start("second.wav", 1);
   lu::Path temp(L"untouched");
   EXPECT_FALSE(w.OpenTempFile(lu::Path(dir.Wide("missing")), temp, false));
   EXPECT_EQ(temp.GetFullPath(), L"untouched");
+  for (const auto& [name, bytes] : {std::pair{"first.wav", 6u}, {"second.wav", 2u}}) {
+    const Bytes b = ReadFileBytes(dir.Native(name));
+    EXPECT_EQ(GetU32(b, 4), b.size() - 8) << name;
+    EXPECT_EQ(GetU32(b, FindChunk(b, "data", false) + 4), bytes) << name;
+  }
   if (IsRoot()) GTEST_SKIP() << "permissions do not bind root";
   ::mkdir(dir.Native("ro").c_str(), 0555);
   EXPECT_FALSE(w.Open(lu::Path(dir.Wide("ro/x.wav")), false));
@@ -478,12 +492,15 @@ TEST(WavWriterFailures, FourGibLimit) {
 TEST(WavWriterFailures, FullDiskIsReported) {
   // The sample write or the close reports a full disk (a write cut short through a temporary file
   // is covered with the interrupted writes).
-  NyWavFileWriter w;
-  ASSERT_TRUE(w.Open(lu::Path(L"/dev/full"), false));
-  w.SetFormat(Fmt40(2, 24));
-  w.WriteChunks(0);
-  std::vector<float> x(2 * 100000);
-  EXPECT_FALSE(w.WriteReal32AsPCMData(100000, x.data()));
-  EXPECT_EQ(lu::File::GetLastError(), lu::FileErrorDiskFull);
-  EXPECT_FALSE(w.Close());
+  for (const bool swap : {false, true}) {  // float samples, and 16-bit samples swapped in blocks
+    NyWavFileWriter w;
+    ASSERT_TRUE(w.Open(lu::Path(L"/dev/full"), swap));
+    w.SetFormat(Fmt40(2, swap ? 16 : 24));
+    w.WriteChunks(0);
+    std::vector<float> x(2 * 100000);
+    std::vector<short> s(2 * 100000);
+    EXPECT_FALSE(swap ? w.WriteInt16AsPCMData(100000, s.data()) : w.WriteReal32AsPCMData(100000, x.data()));
+    EXPECT_EQ(lu::File::GetLastError(), lu::FileErrorDiskFull);
+    EXPECT_FALSE(w.Close());
+  }
 }
