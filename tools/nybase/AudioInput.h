@@ -20,6 +20,12 @@ lu::Path ToLibraryPath(const std::string& native);
 std::unique_ptr<NyAudioFileReader> OpenWav(const std::string& native, std::string& error,
                                            std::vector<std::string>* warnings = nullptr);
 
+// OpenWav for read-only catalogues of many files: the same results, reasons and warnings, but the
+// file is opened once, the checks read its header through that one descriptor, and the reader
+// takes no shared lock on it.
+std::unique_ptr<NyAudioFileReader> OpenWavUnlocked(const std::string& native, std::string& error,
+                                                   std::vector<std::string>* warnings = nullptr);
+
 // Empty when the samples can be read as floats (integer PCM of 16 to 32 bits or 32-bit float);
 // otherwise the reason, naming the codec.
 std::string CheckSampleFormat(const NyAudioFileReader& reader);

@@ -352,6 +352,9 @@ bool CachesNothing(FILE* stream) {
 bool ReadDirect(FILE* stream, void* buffer, size_t size, size_t& done) {
   done = 0;
   if (size < k_directReadMin || size < ::__fbufsize(stream)) return false;
+  // A stream over memory has no descriptor to read from.
+  const int fd = ::fileno(stream);
+  if (fd < 0) return false;
   if (!CachesNothing(stream)) {
     if (std::fflush(stream) != 0) {
       std::clearerr(stream);
@@ -359,7 +362,6 @@ bool ReadDirect(FILE* stream, void* buffer, size_t size, size_t& done) {
     }
     if (!CachesNothing(stream)) return false;
   }
-  const int fd = ::fileno(stream);
   auto* out = static_cast<unsigned char*>(buffer);
   while (done < size) {
     const ssize_t n = ::read(fd, out + done, size - done);
