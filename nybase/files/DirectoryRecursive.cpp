@@ -29,6 +29,23 @@ bool Present(const CStdStr<wchar_t>& path) {
   return !path.empty() && pf::GetFileStatus(path.data(), path.size(), status) && status.kind != pf::FileKind::NotFound;
 }
 
+// A filter that the folder's one listing can match name by name, as a search for it would: a
+// wildcard of plain characters (no separator, nothing a native name could not hold). Any other
+// filter (a plain name is looked up as typed, not listed) gets its own search.
+bool IsNameWildcard(const CStdStr<wchar_t>& filter) {
+  if (filter.find_first_of(L"*?") == CStdStr<wchar_t>::npos) return false;
+  for (const wchar_t c : filter) {
+    if (c < 0x20 || c >= 0x7F || std::wcschr(L"\\/:<>\"|", c) != nullptr) return false;
+  }
+  return true;
+}
+
+// Whether the listed entry's name matches the filter.
+bool MatchesName(const CStdStr<wchar_t>& filter, const PathFind& find) {
+  const wchar_t* name = find.PeekNextName();
+  return pf::MatchesSearchPattern(filter, name, std::wcslen(name));
+}
+
 template <class Set>
 bool FilesRecursive(const CStdStr<wchar_t>& directory, Set& out, const CStdStr<wchar_t>& filter, unsigned int flags) {
   Path dir(directory);
@@ -38,6 +55,7 @@ bool FilesRecursive(const CStdStr<wchar_t>& directory, Set& out, const CStdStr<w
   // wrong hint costs one comparison more.
   if (flags & 1u) out.insert(out.end(), dir.GetFullPath());
   const bool all = filter == L"*";
+  const bool matchNames = !all && IsNameWildcard(filter);
   for (PathFind find(Path::Join({dir, L"*"})); find.HasNext(); find.CacheNext()) {
     if (find.IsNextDirectory()) {
       // A link to a folder is listed as a folder but not entered, so loops end.
@@ -46,11 +64,11 @@ bool FilesRecursive(const CStdStr<wchar_t>& directory, Set& out, const CStdStr<w
       } else if (flags & 1u) {
         out.insert(out.end(), find.PeekNext().GetFullPath());
       }
-    } else if (all) {
+    } else if (all || (matchNames && MatchesName(filter, find))) {
       out.insert(out.end(), find.PeekNext().GetFullPath());
     }
   }
-  if (!all) {
+  if (!all && !matchNames) {
     for (PathFind find(Path::Join({dir, filter})); find.HasNext(); find.CacheNext()) {
       if (!find.IsNextDirectory()) out.insert(out.end(), find.PeekNext().GetFullPath());
     }

@@ -317,6 +317,11 @@ TEST(Directory, UndecodableNamesAreSkippedAndCounted) {
   EXPECT_EQ(listed.size(), 1u);
   EXPECT_EQ(files.size(), 1u);
   EXPECT_EQ(lu::platform::GetSkippedNameCount() - before, 2u);
+  // A wildcard filter still lists the folder once: the bad name counts once more, not twice.
+  std::set<CStdStr<wchar_t>> wavs;
+  lu::GetFilesRecursive(t.W(), wavs, L"*.WAV", 0);
+  EXPECT_EQ(wavs.size(), 1u);
+  EXPECT_EQ(lu::platform::GetSkippedNameCount() - before, 3u);
 }
 
 TEST(Directory, CopyFilesRecursiveMatchesDiff) {

@@ -22,6 +22,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -593,7 +594,7 @@ wchar_t FoldCase(wchar_t c) {
 
 // Windows wildcard match without regard to case: '*' any run of units, '?' exactly one unit;
 // "*.*" matches every name, dotted or not.
-bool WildcardMatch(const std::wstring& pattern, const std::wstring& name) {
+bool WildcardMatch(const std::wstring& pattern, std::wstring_view name) {
   if (pattern == L"*.*" || pattern == L"*") return true;
   size_t p = 0, n = 0, starP = std::wstring::npos, starN = 0;
   while (n < name.size()) {
@@ -776,6 +777,10 @@ bool FindNextFileW(FindHandle find, FindData& data) {
 bool FindClose(FindHandle find) {
   delete find;
   return true;
+}
+
+bool MatchesSearchPattern(const std::wstring& pattern, const wchar_t* name, size_t len) {
+  return WildcardMatch(pattern, std::wstring_view(name, len));
 }
 
 }  // namespace lu::platform
