@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -51,24 +52,87 @@ std::unique_ptr<NyAudioFileReader> FinishOpen(std::unique_ptr<NyAudioFileReader>
   return reader;
 }
 
-// A WAV reader that owns the stream its view reads from, and the bytes under a stream over memory.
+// A WAV reader that owns the stream its view reads from.
 class StreamOwningReader final : public NyWavFileReader {
  public:
-  StreamOwningReader(std::unique_ptr<unsigned char[]> bytes, lu::File stream)
-      : m_bytes(std::move(bytes)), m_stream(std::move(stream)) {}
-  // Lets the reader's view go before the members close the stream and free its bytes.
+  explicit StreamOwningReader(lu::File stream) : m_stream(std::move(stream)) {}
+  // Lets the reader's view go before the member closes the stream it borrows.
   ~StreamOwningReader() override { Close(); }
   const lu::File& Stream() const { return m_stream; }
 
  private:
-  std::unique_ptr<unsigned char[]> m_bytes;
   lu::File m_stream;
 };
 
-// Files up to this size are read whole with one call and parsed from memory: one read costs less
-// than the seeks and reads of a buffered walk over their chunks. Larger files are only read where
-// their chunks are, never through their samples.
-constexpr size_t k_wholeReadMax = 16384;
+// A read-only stream over a descriptor that keeps one window of the file in memory, starting with
+// its first bytes: the chunk walk of a small file costs no system call after the first read, and
+// a large file is read only where its chunks are, never through its samples. The size is the one
+// the status call saw; reads stop there.
+struct WindowedFile {
+  static constexpr size_t k_window = 4096;
+
+  int fd = -1;
+  uint64_t size = 0;
+  uint64_t pos = 0;
+  uint64_t windowStart = 0;
+  size_t windowLength = 0;
+  unsigned char window[k_window];
+
+  ~WindowedFile() {
+    if (fd >= 0) ::close(fd);
+  }
+
+  // Fills the window from `at`; false on a read error.
+  bool Fill(uint64_t at) {
+    const ssize_t got = ::pread(fd, window, k_window, static_cast<off_t>(at));
+    windowStart = at;
+    windowLength = got > 0 ? static_cast<size_t>(got) : 0;
+    return got >= 0;
+  }
+
+  static ssize_t Read(void* cookie, char* out, size_t n) {
+    auto& f = *static_cast<WindowedFile*>(cookie);
+    size_t done = 0;
+    while (done < n && f.pos < f.size) {
+      if (f.pos >= f.windowStart && f.pos < f.windowStart + f.windowLength) {
+        const size_t offset = static_cast<size_t>(f.pos - f.windowStart);
+        const size_t take = std::min(n - done, f.windowLength - offset);
+        std::memcpy(out + done, f.window + offset, take);
+        done += take;
+        f.pos += take;
+      } else if (n - done >= k_window) {
+        // A large request goes straight to the caller's memory.
+        const ssize_t got = ::pread(f.fd, out + done, n - done, static_cast<off_t>(f.pos));
+        if (got < 0) return done > 0 ? static_cast<ssize_t>(done) : -1;
+        if (got == 0) break;
+        done += static_cast<size_t>(got);
+        f.pos += static_cast<uint64_t>(got);
+      } else {
+        if (!f.Fill(f.pos)) return done > 0 ? static_cast<ssize_t>(done) : -1;
+        if (f.windowLength == 0) break;
+      }
+    }
+    return static_cast<ssize_t>(done);
+  }
+
+  static int Seek(void* cookie, off64_t* offset, int whence) {
+    auto& f = *static_cast<WindowedFile*>(cookie);
+    const int64_t base = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? static_cast<int64_t>(f.pos)
+                                                                     : static_cast<int64_t>(f.size);
+    if ((*offset > 0 && base > INT64_MAX - *offset) || base + *offset < 0) {
+      errno = EINVAL;
+      return -1;
+    }
+    f.pos = static_cast<uint64_t>(base + *offset);
+    *offset = static_cast<off64_t>(f.pos);
+    return 0;
+  }
+
+  static int CloseCookie(void* cookie) {
+    delete static_cast<WindowedFile*>(cookie);
+    return 0;
+  }
+};
 
 // The library's own rule for choosing the WAV reader: the path's extension, ASCII case folded.
 bool ReaderTakesExtension(const lu::Path& path) {
@@ -109,45 +173,30 @@ std::unique_ptr<NyAudioFileReader> OpenWavUnlocked(const std::string& native, st
   }
   error = FileKindReason(st.st_mode);
   if (!error.empty()) return nullptr;
-  // "e": the descriptor is not inherited by children of a multi-threaded run.
-  FILE* stream = std::fopen(native.c_str(), "rbe");
+  auto windowed = std::make_unique<WindowedFile>();
+  windowed->fd = ::open(native.c_str(), O_RDONLY | O_CLOEXEC);
+  if (windowed->fd < 0) {
+    error = std::strerror(errno);
+    return nullptr;
+  }
+  windowed->size = static_cast<uint64_t>(st.st_size);
+  // A read error counts as no bytes, as a failed fread does in CheckWavHeader.
+  windowed->Fill(0);
+  std::string warning;
+  error = CheckWavHeaderBytes(windowed->window, windowed->windowLength, windowed->size, warning);
+  if (error.empty()) error = CheckWavExtension(native);
+  if (!error.empty()) return nullptr;
+
+  FILE* stream = ::fopencookie(windowed.get(), "rb",
+                               {&WindowedFile::Read, nullptr, &WindowedFile::Seek, &WindowedFile::CloseCookie});
   if (stream == nullptr) {
     error = std::strerror(errno);
     return nullptr;
   }
-  lu::File file = lu::File::CreateOwner(stream);  // closes the stream on every way out
-  const int fd = ::fileno(stream);
-  const auto size = static_cast<uint64_t>(st.st_size);
-  std::unique_ptr<unsigned char[]> bytes;
-  unsigned char head[12];
-  const unsigned char* start = head;
-  ssize_t got = 0;
-  if (size <= k_wholeReadMax) {
-    bytes = std::make_unique<unsigned char[]>(std::max<size_t>(size, 1));
-    got = ::pread(fd, bytes.get(), size, 0);
-    start = bytes.get();
-  } else {
-    got = ::pread(fd, head, sizeof head, 0);
-  }
-  // A read error counts as no bytes, as a failed fread does in CheckWavHeader.
-  const size_t have = got > 0 ? static_cast<size_t>(got) : 0;
-  std::string warning;
-  error = CheckWavHeaderBytes(start, have, size, warning);
-  if (error.empty()) error = CheckWavExtension(native);
-  if (!error.empty()) return nullptr;
-  FILE* memory = nullptr;
-  if (bytes) {
-    // The whole file is in memory: the descriptor goes, and the reader walks the bytes read.
-    file.Close();
-    memory = ::fmemopen(bytes.get(), have, "rb");
-    if (memory == nullptr) {
-      error = std::strerror(errno);
-      return nullptr;
-    }
-  }
-
-  auto reader = std::make_unique<StreamOwningReader>(
-      std::move(bytes), memory != nullptr ? lu::File::CreateOwner(memory) : std::move(file));
+  windowed.release();  // the stream owns it now
+  // Unbuffered: every read is served from the window, so a buffer would only copy twice.
+  std::setvbuf(stream, nullptr, _IONBF, 0);
+  auto reader = std::make_unique<StreamOwningReader>(lu::File::CreateOwner(stream));
   if (!ReaderTakesExtension(ToLibraryPath(native)) || !reader->Open(reader->Stream())) {
     error = "cannot be opened as a WAV file";
     return nullptr;
