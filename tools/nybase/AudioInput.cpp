@@ -77,6 +77,7 @@ struct WindowedFile {
   uint64_t windowStart = 0;
   size_t windowLength = 0;
   unsigned char window[k_window];
+  unsigned char streamBuffer[512];
 
   ~WindowedFile() {
     if (fd >= 0) ::close(fd);
@@ -193,9 +194,11 @@ std::unique_ptr<NyAudioFileReader> OpenWavUnlocked(const std::string& native, st
     error = std::strerror(errno);
     return nullptr;
   }
-  windowed.release();  // the stream owns it now
-  // Unbuffered: every read is served from the window, so a buffer would only copy twice.
-  std::setvbuf(stream, nullptr, _IONBF, 0);
+  WindowedFile* owned = windowed.release();  // the stream owns it now
+  // A small buffer of its own: the stream allocates none, and large reads pass it by. Not
+  // unbuffered on purpose: every unbuffered read takes the lock of stdout, which the printing
+  // thread holds.
+  std::setvbuf(stream, reinterpret_cast<char*>(owned->streamBuffer), _IOFBF, sizeof owned->streamBuffer);
   auto reader = std::make_unique<StreamOwningReader>(lu::File::CreateOwner(stream));
   if (!ReaderTakesExtension(ToLibraryPath(native)) || !reader->Open(reader->Stream())) {
     error = "cannot be opened as a WAV file";
