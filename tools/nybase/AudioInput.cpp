@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include <nybase/audio/NyWavFileReader.h>
 #include <nybase/files/File.h>
@@ -135,6 +136,7 @@ struct WindowedFile {
   }
 };
 
+
 // The library's own rule for choosing the WAV reader: the path's extension, ASCII case folded.
 bool ReaderTakesExtension(const lu::Path& path) {
   std::wstring ext = path.GetFileExtension();
@@ -164,18 +166,40 @@ std::unique_ptr<NyAudioFileReader> OpenWav(const std::string& native, std::strin
   return reader;
 }
 
+FolderCache::~FolderCache() { Forget(); }
+
+FolderOf FolderCache::Resolve(const std::string& native) {
+  const size_t slash = native.find_last_of('/');
+  if (slash == std::string::npos || slash + 1 == native.size()) return {AT_FDCWD, native.c_str()};
+  const std::string_view folder(native.data(), slash == 0 ? 1 : slash);
+  if (m_fd < 0 || folder != m_folder) {
+    Forget();
+    m_folder.assign(folder);
+    m_fd = ::open(m_folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  }
+  if (m_fd < 0) return {AT_FDCWD, native.c_str()};
+  return {m_fd, native.c_str() + slash + 1};
+}
+
+void FolderCache::Forget() {
+  if (m_fd >= 0) ::close(m_fd);
+  m_fd = -1;
+  m_folder.clear();
+}
+
 std::unique_ptr<NyAudioFileReader> OpenWavUnlocked(const std::string& native, std::string& error,
-                                                   std::vector<std::string>* warnings) {
+                                                   std::vector<std::string>* warnings, FolderCache* folders) {
   // The checks in OpenWav's order, each giving the reason CheckReadableFile and CheckWavHeader give.
+  const FolderOf folder = folders != nullptr ? folders->Resolve(native) : FolderOf{AT_FDCWD, native.c_str()};
   struct stat st {};
-  if (::stat(native.c_str(), &st) != 0) {
+  if (::fstatat(folder.fd, folder.name, &st, 0) != 0) {
     error = StatFailureReason(errno);
     return nullptr;
   }
   error = FileKindReason(st.st_mode);
   if (!error.empty()) return nullptr;
   auto windowed = std::make_unique<WindowedFile>();
-  windowed->fd = ::open(native.c_str(), O_RDONLY | O_CLOEXEC);
+  windowed->fd = ::openat(folder.fd, folder.name, O_RDONLY | O_CLOEXEC);
   if (windowed->fd < 0) {
     error = std::strerror(errno);
     return nullptr;

@@ -208,7 +208,9 @@ int RunCatalogue(const CommandSpec& cmdSpec, const std::vector<std::string>& fol
   RunInOrder(cmdSpec.name, files.size(), jobs, [&](size_t i, JobProgress&) {
     std::string error;
     std::vector<std::string> warnings;
-    const auto reader = OpenWavUnlocked(files[i], error, &warnings);
+    // One per worker thread, alive for this run only.
+    thread_local FolderCache folders;
+    const auto reader = OpenWavUnlocked(files[i], error, &warnings, &folders);
     if (!reader) {
       entries[i].error = error;
       FileOutcome failed = FailedFile(files[i], error, json);
