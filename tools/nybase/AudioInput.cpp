@@ -13,8 +13,8 @@
 #include <string_view>
 
 #include <nybase/audio/NyWavFileReader.h>
-#include <nybase/files/File.h>
 #include <nybase/audio/RiffChunks.h>
+#include <nybase/files/File.h>
 #include <nybase/platform/NativePath.h>
 #include <nybase/platform/Utf.h>
 #include <nybase/text/AudioDisplayStrings.h>
@@ -96,15 +96,17 @@ struct WindowedFile {
     auto& f = *static_cast<WindowedFile*>(cookie);
     size_t done = 0;
     while (done < n && f.pos < f.size) {
+      // Never past the size the status call saw, even when the file has grown since.
+      const size_t wanted = static_cast<size_t>(std::min<uint64_t>(n - done, f.size - f.pos));
       if (f.pos >= f.windowStart && f.pos < f.windowStart + f.windowLength) {
         const size_t offset = static_cast<size_t>(f.pos - f.windowStart);
-        const size_t take = std::min(n - done, f.windowLength - offset);
+        const size_t take = std::min(wanted, f.windowLength - offset);
         std::memcpy(out + done, f.window + offset, take);
         done += take;
         f.pos += take;
-      } else if (n - done >= k_window) {
+      } else if (wanted >= k_window) {
         // A large request goes straight to the caller's memory.
-        const ssize_t got = ::pread(f.fd, out + done, n - done, static_cast<off_t>(f.pos));
+        const ssize_t got = ::pread(f.fd, out + done, wanted, static_cast<off_t>(f.pos));
         if (got < 0) return done > 0 ? static_cast<ssize_t>(done) : -1;
         if (got == 0) break;
         done += static_cast<size_t>(got);
@@ -135,7 +137,6 @@ struct WindowedFile {
     return 0;
   }
 };
-
 
 // The library's own rule for choosing the WAV reader: the path's extension, ASCII case folded.
 bool ReaderTakesExtension(const lu::Path& path) {
