@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <map>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 #include <nybase/files/PathFind.h>
@@ -29,6 +30,23 @@ bool Present(const CStdStr<wchar_t>& path) {
   return !path.empty() && pf::GetFileStatus(path.data(), path.size(), status) && status.kind != pf::FileKind::NotFound;
 }
 
+// A filter that the folder's one listing can match name by name, as a search for it would: a
+// wildcard of plain characters (no separator, nothing a native name could not hold). Any other
+// filter (a plain name is looked up as typed, not listed) gets its own search.
+bool IsNameWildcard(const CStdStr<wchar_t>& filter) {
+  if (filter.find_first_of(L"*?") == CStdStr<wchar_t>::npos) return false;
+  for (const wchar_t c : filter) {
+    if (c < 0x20 || c >= 0x7F || std::wcschr(L"\\/:<>\"|", c) != nullptr) return false;
+  }
+  return true;
+}
+
+// Whether the listed entry's name matches the filter.
+bool MatchesName(const CStdStr<wchar_t>& filter, const PathFind& find) {
+  const wchar_t* name = find.PeekNextName();
+  return pf::MatchesSearchPattern(filter, name, std::wcslen(name));
+}
+
 template <class Set>
 bool FilesRecursive(const CStdStr<wchar_t>& directory, Set& out, const CStdStr<wchar_t>& filter, unsigned int flags) {
   Path dir(directory);
@@ -38,6 +56,7 @@ bool FilesRecursive(const CStdStr<wchar_t>& directory, Set& out, const CStdStr<w
   // wrong hint costs one comparison more.
   if (flags & 1u) out.insert(out.end(), dir.GetFullPath());
   const bool all = filter == L"*";
+  const bool matchNames = !all && IsNameWildcard(filter);
   for (PathFind find(Path::Join({dir, L"*"})); find.HasNext(); find.CacheNext()) {
     if (find.IsNextDirectory()) {
       // A link to a folder is listed as a folder but not entered, so loops end.
@@ -46,17 +65,59 @@ bool FilesRecursive(const CStdStr<wchar_t>& directory, Set& out, const CStdStr<w
       } else if (flags & 1u) {
         out.insert(out.end(), find.PeekNext().GetFullPath());
       }
-    } else if (all) {
+    } else if (all || (matchNames && MatchesName(filter, find))) {
       out.insert(out.end(), find.PeekNext().GetFullPath());
     }
   }
-  if (!all) {
+  if (!all && !matchNames) {
     for (PathFind find(Path::Join({dir, filter})); find.HasNext(); find.CacheNext()) {
       if (!find.IsNextDirectory()) out.insert(out.end(), find.PeekNext().GetFullPath());
     }
   }
   return !out.empty();
 }
+
+// The separator-cleaned form of a walk's entries. A walk builds every entry as the root as given,
+// "\" and names joined by "\"; cleaning separators rewrites only runs of separators, "/" and the
+// ends, so for names that hold no "\" run at their edges the cleaned entry is the cleaned root
+// with its separator followed by the names unchanged. That prefix is worked out once; any other
+// entry is cleaned in full.
+class CleanWalkPaths {
+ public:
+  explicit CleanWalkPaths(const CStdStr<wchar_t>& root) : m_rootLength(root.size()) {
+    Path probe(CStdStr<wchar_t>(root + L"\\x"));
+    probe.NormalizeFilePath();
+    m_prefix = probe.GetFullPath();
+    m_prefix.pop_back();
+  }
+
+  CStdStr<wchar_t> operator()(std::wstring&& entry) const {
+    const std::wstring_view names = std::wstring_view(entry).substr(m_rootLength + 1);
+    if (IsPlain(names)) {
+      CStdStr<wchar_t> path;
+      path.reserve(m_prefix.size() + names.size());
+      path.append(m_prefix);
+      path.append(names.data(), names.size());
+      return path;
+    }
+    Path path(CStdStr<wchar_t>(std::move(entry)));
+    path.NormalizeFilePath();
+    return path.GetFullPath();
+  }
+
+ private:
+  // Names the cleaning leaves as they are: no separator at either end and no run of two.
+  static bool IsPlain(std::wstring_view names) {
+    if (names.empty() || names.front() == L'\\' || names.back() == L'\\') return false;
+    for (size_t i = 1; i < names.size(); ++i) {
+      if (names[i] == L'\\' && names[i - 1] == L'\\') return false;
+    }
+    return true;
+  }
+
+  size_t m_rootLength;
+  CStdStr<wchar_t> m_prefix;
+};
 
 // Opens a walk on `root`; a walk that cannot start throws like one that fails half way.
 void OpenOrThrow(pf::DirectoryWalk& walk, const CStdStr<wchar_t>& root) {
@@ -124,15 +185,14 @@ bool ListDirectoryRecursive(const CStdStr<wchar_t>& directory, std::vector<CStdS
   if (!Present(directory)) return false;
   pf::DirectoryWalk walk;
   OpenOrThrow(walk, directory);
+  const CleanWalkPaths clean(directory);
   pf::WalkEntry entry;
   for (;;) {
     const pf::DirectoryWalk::Step step = walk.Next(entry);
     if (step == pf::DirectoryWalk::Step::End) break;
     if (step == pf::DirectoryWalk::Step::Error) ThrowWalkError(walk.ErrorNumber());
     if (entry.kind == pf::FileKind::Directory || entry.kind == pf::FileKind::NotFound) continue;
-    Path path(CStdStr<wchar_t>(std::move(entry.path)));
-    path.NormalizeFilePath();
-    out.push_back(path.GetFullPath());
+    out.push_back(clean(std::move(entry.path)));
   }
   return true;
 }

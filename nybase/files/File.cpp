@@ -143,8 +143,18 @@ long long File::SetFilePointer(long long offset, FilePointerPosition position) c
 }
 
 unsigned long long File::GetFileSize() const {
+  if (m_stream == nullptr) return ~0ull;
+  const pf::FileHandle handle = pf::GetStreamHandle(m_stream);
+  if (handle == pf::k_invalidFileHandle) {
+    // A stream with no descriptor (one over memory) is measured by seeking to its end and back.
+    const int64_t here = pf::TellStream(m_stream);
+    if (here < 0) return ~0ull;
+    const int64_t end = pf::SeekStream(m_stream, 0, 2);
+    if (pf::SeekStream(m_stream, here, 0) != here || end < 0) return ~0ull;
+    return static_cast<unsigned long long>(end);
+  }
   uint64_t size = 0;
-  if (m_stream == nullptr || !pf::GetFileSize(pf::GetStreamHandle(m_stream), size)) return ~0ull;
+  if (!pf::GetFileSize(handle, size)) return ~0ull;
   return size;
 }
 

@@ -110,7 +110,8 @@ class File {
   // Seeks (any position value but 1 and 2 counts from the start) and returns the new position;
   // -1 when closed or on failure.
   long long SetFilePointer(long long offset, FilePointerPosition position) const;
-  // Size of the file in bytes; all ones when closed or on failure.
+  // Size of the file in bytes (of a stream over memory, which has no descriptor, its end); all
+  // ones when closed or on failure.
   unsigned long long GetFileSize() const;
   // Last write time and size of the open file; the zero record when closed or on failure.
   FileInfo GetFileInfo() const;

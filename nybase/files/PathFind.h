@@ -37,6 +37,8 @@ class PathFind {
   Path Next();
   // The cached entry's full path, without advancing.
   const Path& PeekNext() const { return m_current; }
+  // The cached entry's name as the search listed it (NUL-terminated), without advancing.
+  const wchar_t* PeekNextName() const { return m_findData.fileName; }
   // Advances to the next entry that is not "." or ".."; clears the cache at the end.
   void CacheNext();
 

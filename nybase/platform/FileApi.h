@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <string>
 
 namespace lu::platform {
 
@@ -175,6 +176,9 @@ FindHandle FindFirstFileExW(const wchar_t* pattern, size_t len, FindData& data,
 bool FindNextFileW(FindHandle find, FindData& data);
 // Ends a search; null is accepted.
 bool FindClose(FindHandle find);
+// Whether a search for a last component of `pattern` would list the entry `name` (a name without
+// separators): the same wildcard and case rules as FindFirstFileExW.
+bool MatchesSearchPattern(const std::wstring& pattern, const wchar_t* name, size_t len);
 
 // Converts between a time in 100 ns units since 1601 and seconds plus nanoseconds since 1970.
 int64_t FileTimeFromUnix(int64_t seconds, long nanoseconds);

@@ -305,6 +305,24 @@ TEST(Directory, RecursiveListingsMatchFind) {
   EXPECT_FALSE(lu::ListDirectoryRecursive(t.W("missing"), listed));
 }
 
+TEST(Directory, ListingCleansEveryFormOfTheRootAndOddNames) {
+  Tree t;
+  t.File("a/b.wav");
+  t.File("in\\side.wav");  // names on disk may hold the library's separator
+  t.File("edge\\");
+  t.File("\\lead");
+  const std::wstring root = t.W();
+  const std::set<std::wstring> expected = {root + L"\\a\\b.wav", root + L"\\in\\side.wav", root + L"\\edge",
+                                           root + L"\\lead"};
+  std::wstring slashed = root;
+  std::replace(slashed.begin(), slashed.end(), L'\\', L'/');
+  for (const std::wstring& form : {root, root + L"\\", root + L"\\\\", root + L"/", slashed, slashed + L"//"}) {
+    std::vector<CStdStr<wchar_t>> listed;
+    ASSERT_TRUE(lu::ListDirectoryRecursive(form, listed));
+    EXPECT_EQ(std::set<std::wstring>(listed.begin(), listed.end()), expected) << std::string(form.begin(), form.end());
+  }
+}
+
 TEST(Directory, UndecodableNamesAreSkippedAndCounted) {
   Tree t;
   t.File("bad\xff.wav");
@@ -317,6 +335,11 @@ TEST(Directory, UndecodableNamesAreSkippedAndCounted) {
   EXPECT_EQ(listed.size(), 1u);
   EXPECT_EQ(files.size(), 1u);
   EXPECT_EQ(lu::platform::GetSkippedNameCount() - before, 2u);
+  // A wildcard filter still lists the folder once: the bad name counts once more, not twice.
+  std::set<CStdStr<wchar_t>> wavs;
+  lu::GetFilesRecursive(t.W(), wavs, L"*.WAV", 0);
+  EXPECT_EQ(wavs.size(), 1u);
+  EXPECT_EQ(lu::platform::GetSkippedNameCount() - before, 3u);
 }
 
 TEST(Directory, CopyFilesRecursiveMatchesDiff) {

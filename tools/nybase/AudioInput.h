@@ -20,6 +20,42 @@ lu::Path ToLibraryPath(const std::string& native);
 std::unique_ptr<NyAudioFileReader> OpenWav(const std::string& native, std::string& error,
                                            std::vector<std::string>* warnings = nullptr);
 
+// Where a file's name is looked up: a folder's descriptor (or AT_FDCWD) and the name in it.
+struct FolderOf {
+  int fd;
+  const char* name;  // points into the path it was resolved from
+};
+
+// The folder of the last file looked up, kept open: a catalogue goes through the files of one
+// folder after another, and a name looked up in an open folder costs the kernel one step instead
+// of one per folder of the path. The folder is opened only for lookups (O_PATH), so its own
+// permissions apply to every name in it exactly as in a lookup of the whole path. For one pass
+// over a snapshot of files on one thread: a folder replaced meanwhile is not seen.
+class FolderCache {
+ public:
+  FolderCache() = default;
+  FolderCache(const FolderCache&) = delete;
+  FolderCache& operator=(const FolderCache&) = delete;
+  ~FolderCache();
+
+  // The lookup for `native`; the whole path from the current folder when it names no folder, ends
+  // in "/", or its folder cannot be opened (the lookup of the whole path then gives the reason).
+  FolderOf Resolve(const std::string& native);
+
+ private:
+  void Forget();
+
+  std::string m_folder;
+  int m_fd = -1;
+};
+
+// OpenWav for read-only catalogues of many files: the same results, reasons and warnings, but the
+// file is opened once, the checks read its header through that one descriptor, and the reader
+// takes no shared lock on it. With `folders`, names are looked up through it.
+std::unique_ptr<NyAudioFileReader> OpenWavUnlocked(const std::string& native, std::string& error,
+                                                   std::vector<std::string>* warnings = nullptr,
+                                                   FolderCache* folders = nullptr);
+
 // Empty when the samples can be read as floats (integer PCM of 16 to 32 bits or 32-bit float);
 // otherwise the reason, naming the codec.
 std::string CheckSampleFormat(const NyAudioFileReader& reader);

@@ -208,7 +208,9 @@ int RunCatalogue(const CommandSpec& cmdSpec, const std::vector<std::string>& fol
   RunInOrder(cmdSpec.name, files.size(), jobs, [&](size_t i, JobProgress&) {
     std::string error;
     std::vector<std::string> warnings;
-    const auto reader = OpenWav(files[i], error, &warnings);
+    // One per worker thread, alive for this run only.
+    thread_local FolderCache folders;
+    const auto reader = OpenWavUnlocked(files[i], error, &warnings, &folders);
     if (!reader) {
       entries[i].error = error;
       FileOutcome failed = FailedFile(files[i], error, json);
@@ -250,7 +252,7 @@ int RunInfo(int argc, char** argv) {
 
 std::string InfoReport(const std::string& file, bool json, std::string& error) {
   std::vector<std::string> warnings;
-  const auto reader = OpenWav(file, error, &warnings);
+  const auto reader = OpenWavUnlocked(file, error, &warnings);
   if (!reader) return {};
   return json ? AsJson(file, *reader, warnings) : AsText(file, *reader, warnings);
 }

@@ -30,9 +30,11 @@ class ProgressBar {
       : m_command(command), m_total(total), m_enabled(::isatty(STDERR_FILENO) == 1),
         m_start(Clock::now()), m_delay(DelayFromEnvironment()) {}
 
+  // Whether Draw would show anything now; lets the caller skip counting what is done.
+  bool Due() const { return m_enabled && (m_visible || Clock::now() - m_start >= m_delay); }
+
   void Draw(double done) {
-    if (!m_enabled) return;
-    if (!m_visible && Clock::now() - m_start < m_delay) return;
+    if (!Due()) return;
     m_visible = true;
     constexpr int k_width = 30;
     const double f = m_total == 0 ? 1.0 : std::clamp(done / static_cast<double>(m_total), 0.0, 1.0);
@@ -100,6 +102,7 @@ size_t RunInOrder(const char* command, size_t count, unsigned jobs, const FileJo
   std::mutex mutex;
   std::condition_variable ready;
   std::atomic<size_t> next{0};
+  size_t printed = 0;  // guarded by `mutex`
 
   auto worker = [&] {
     for (;;) {
@@ -107,11 +110,15 @@ size_t RunInOrder(const char* command, size_t count, unsigned jobs, const FileJo
       if (i >= count) return;
       JobProgress progress(&fractions[i]);
       FileOutcome outcome = job(i, progress);
+      bool awaited;
       {
         std::lock_guard<std::mutex> lock(mutex);
         results[i] = std::move(outcome);
+        awaited = i == printed;
       }
-      ready.notify_one();
+      // Only the outcome the printer waits for wakes it; it takes every later finished one with
+      // it, so a long run costs one wake-up per batch rather than one per file.
+      if (awaited) ready.notify_one();
     }
   };
 
@@ -121,7 +128,6 @@ size_t RunInOrder(const char* command, size_t count, unsigned jobs, const FileJo
   for (size_t t = 0; t < threads; ++t) pool.emplace_back(worker);
 
   ProgressBar bar(command, count);
-  size_t printed = 0;
   size_t failed = 0;
   std::unique_lock<std::mutex> lock(mutex);
   while (printed < count) {
@@ -132,17 +138,21 @@ size_t RunInOrder(const char* command, size_t count, unsigned jobs, const FileJo
       ++printed;
       lock.unlock();
       bar.Clear();
-      if (!outcome.out.empty()) {
-        std::fwrite(outcome.out.data(), 1, outcome.out.size(), stdout);
-        std::fflush(stdout);
-      }
+      if (!outcome.out.empty()) std::fwrite(outcome.out.data(), 1, outcome.out.size(), stdout);
       if (!outcome.ok) {
         ++failed;
+        // The file's own output goes first, so that both streams on one terminal keep the order.
+        std::fflush(stdout);
         std::fprintf(stderr, "nybase %s: %s\n", command, OneLine(outcome.error).c_str());
       }
       lock.lock();
     }
-    if (printed < count) {
+    // Everything finished so far is out before the printer waits again: output still appears as
+    // soon as it can, in one write per batch instead of one per file.
+    lock.unlock();
+    std::fflush(stdout);
+    lock.lock();
+    if (printed < count && bar.Due()) {
       // Finished files count whole, the ones in flight by the share they reported.
       double done = static_cast<double>(printed);
       for (size_t i = printed; i < count; ++i) {

@@ -22,6 +22,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -352,6 +353,9 @@ bool CachesNothing(FILE* stream) {
 bool ReadDirect(FILE* stream, void* buffer, size_t size, size_t& done) {
   done = 0;
   if (size < k_directReadMin || size < ::__fbufsize(stream)) return false;
+  // A stream over memory has no descriptor to read from.
+  const int fd = ::fileno(stream);
+  if (fd < 0) return false;
   if (!CachesNothing(stream)) {
     if (std::fflush(stream) != 0) {
       std::clearerr(stream);
@@ -359,7 +363,6 @@ bool ReadDirect(FILE* stream, void* buffer, size_t size, size_t& done) {
     }
     if (!CachesNothing(stream)) return false;
   }
-  const int fd = ::fileno(stream);
   auto* out = static_cast<unsigned char*>(buffer);
   while (done < size) {
     const ssize_t n = ::read(fd, out + done, size - done);
@@ -591,7 +594,7 @@ wchar_t FoldCase(wchar_t c) {
 
 // Windows wildcard match without regard to case: '*' any run of units, '?' exactly one unit;
 // "*.*" matches every name, dotted or not.
-bool WildcardMatch(const std::wstring& pattern, const std::wstring& name) {
+bool WildcardMatch(const std::wstring& pattern, std::wstring_view name) {
   if (pattern == L"*.*" || pattern == L"*") return true;
   size_t p = 0, n = 0, starP = std::wstring::npos, starN = 0;
   while (n < name.size()) {
@@ -638,7 +641,13 @@ void CopyName(const std::string& name, FindData& data) {
 // link, as the standard level does). False when the entry vanished.
 bool FillKind(const FindState& state, const std::string& name, unsigned char type, const std::wstring* wide,
               FindData& data) {
-  data = FindData{};
+  // Field by field rather than `data = FindData{}`: the name is copied with its terminator, and
+  // clearing its whole array (over 1 KB) for every entry of a walk is not free.
+  data.attributes = 0;
+  data.creationTime = 0;
+  data.lastAccessTime = 0;
+  data.lastWriteTime = 0;
+  data.fileSize = 0;
   bool directory = type == DT_DIR;
   bool link = type == DT_LNK;
   if (type == DT_UNKNOWN || type == DT_LNK) {
@@ -774,6 +783,10 @@ bool FindNextFileW(FindHandle find, FindData& data) {
 bool FindClose(FindHandle find) {
   delete find;
   return true;
+}
+
+bool MatchesSearchPattern(const std::wstring& pattern, const wchar_t* name, size_t len) {
+  return WildcardMatch(pattern, std::wstring_view(name, len));
 }
 
 }  // namespace lu::platform
