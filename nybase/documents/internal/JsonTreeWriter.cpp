@@ -120,34 +120,34 @@ class Writer {
     }
   }
 
-  // Plain bytes go over a word at a time; a short tail is read into a word padded with plain
-  // bytes, so no byte past the text is read.
+  // Plain bytes go over a word at a time, the tail too (the text's last word, shifted), so no
+  // byte outside the text is read; only a text shorter than a word goes byte by byte.
   void WriteString(const char* text, size_t length) {
-    char* o = Reserve(2 + length * 6);
+    char* o = Reserve(2 + length * 6 + 8);
     *o++ = '"';
     const char* p = text;
     const char* const end = text + length;
     while (p < end) {
-      uint64_t w;
       size_t plain;
       if (end - p >= 8) {
+        uint64_t w;
         std::memcpy(&w, p, 8);
+        std::memcpy(o, &w, 8);  // the whole word; only its plain lead counts (the room allows for it)
         const uint64_t mask = EscapeMask(w);
-        if (mask == 0) {
-          std::memcpy(o, p, 8);
-          o += 8;
-          p += 8;
-          continue;
-        }
-        plain = static_cast<size_t>(std::countr_zero(mask)) / 8;
-      } else {
+        plain = mask == 0 ? 8 : static_cast<size_t>(std::countr_zero(mask)) / 8;
+      } else if (end - text >= 8) {
+        // The tail: the text's last word, shifted down to it and topped up with 'a's.
         const size_t rest = static_cast<size_t>(end - p);
-        w = 0x6161616161616161ull;  // "aaaaaaaa"
-        std::memcpy(&w, p, rest);
+        uint64_t w;
+        std::memcpy(&w, end - 8, 8);
+        w = (w >> (8 * (8 - rest))) | (0x6161616161616161ull << (8 * rest));
+        std::memcpy(o, &w, 8);
         const uint64_t mask = EscapeMask(w);
         plain = mask == 0 ? rest : static_cast<size_t>(std::countr_zero(mask)) / 8;
+      } else {
+        plain = 0;
+        for (; p + plain < end && !k_escape[static_cast<unsigned char>(p[plain])]; ++plain) o[plain] = p[plain];
       }
-      std::memcpy(o, p, plain);
       o += plain;
       p += plain;
       if (p == end) break;
