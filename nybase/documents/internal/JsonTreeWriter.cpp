@@ -11,7 +11,9 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include <nybase/text/StringHelp.h>
 
@@ -48,10 +50,12 @@ enum class End { Done, Refused, Failed };
 
 class Writer {
  public:
-  std::string Take() {
-    m_out.resize(m_length);
-    return std::move(m_out);
-  }
+  Writer() = default;
+  Writer(const Writer&) = delete;
+  Writer& operator=(const Writer&) = delete;
+  ~Writer() { std::free(m_out); }
+
+  std::string Take() const { return m_length == 0 ? std::string() : std::string(m_out, m_length); }
 
   End Write(const NyJson& tree, int depth) {
     switch (tree.GetType()) {
@@ -162,7 +166,7 @@ class Writer {
       }
     }
     *o++ = '"';
-    m_length = static_cast<size_t>(o - m_out.data());
+    m_length = static_cast<size_t>(o - m_out);
   }
 
   void Put(char c) { *Reserve(1) = c, ++m_length; }
@@ -171,16 +175,25 @@ class Writer {
     m_length += length;
   }
   End Advance(char* end) {
-    m_length = static_cast<size_t>(end - m_out.data());
+    m_length = static_cast<size_t>(end - m_out);
     return End::Done;
   }
-  // Room for n more bytes at the end of the text; the string doubles as it fills.
+  // Room for n more bytes at the end of the text. The buffer grows by realloc, which moves a
+  // large block by remapping its pages instead of copying them and touches no page it does not
+  // write, unlike a string that is resized (zero-filled) as it doubles.
   char* Reserve(size_t n) {
-    if (m_out.size() - m_length < n) m_out.resize(std::max(m_out.size() * 2, m_length + n + 256));
-    return m_out.data() + m_length;
+    if (m_capacity - m_length < n) {
+      const size_t capacity = std::max(m_capacity * 2, m_length + n + 4096);
+      void* grown = std::realloc(m_out, capacity);
+      if (grown == nullptr) throw std::bad_alloc();
+      m_out = static_cast<char*>(grown);
+      m_capacity = capacity;
+    }
+    return m_out + m_length;
   }
 
-  std::string m_out;
+  char* m_out = nullptr;
+  size_t m_capacity = 0;
   size_t m_length = 0;
 };
 
