@@ -8,6 +8,10 @@
 #include <string>
 
 #include <nybase/NYBase.h>
+#include <nybase/documents/internal/JsonBlockStream.h>
+
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
 
 #include "tests/support/TestSupport.h"
 
@@ -152,6 +156,61 @@ TEST(JsonHelpers, ReadErrors) {
     }
     delete error;
     error = nullptr;
+  }
+}
+
+// The screen that lets a block skip the parser's depth guard must count as the guard does: a
+// bracket it wrongly thinks is in a string or a comment would let deep text reach the stack.
+TEST(JsonHelpers, NestingScreenFollowsStringsAndComments) {
+  const std::string deep(5, '[');
+  const struct { std::string text; bool comments; bool deeper; } cases[] = {
+      {deep, false, true},
+      {"[[[[]]]][[[[", false, false},
+      {"\"[[[[[\"", false, false},
+      {"\"\\\\\"" + deep, false, true},      // the escaped backslash doesn't hide the quote
+      {"\"\\\"[[[[[\"", false, false},     // the escaped quote doesn't end the string
+      {"\"\\\\\\\"[[[[[", false, false},   // an odd run of backslashes escapes it
+      {"\"\\n\\\\\"" + deep, false, true},  // an escape, then a pair, then the end
+      {"\"abc", false, false},
+      {"/*[[[[[*/", true, false},
+      {"/*[[[[[*/", false, true},              // no comments: the brackets count
+      {"/*/" + deep, true, false},             // the opener's star doesn't close it
+      {"/***/" + deep, true, true},
+      {"/* * / **/" + deep, true, true},
+      {"//[[[[[\n", true, false},
+      {"//x\n" + deep, true, true},
+      {"/[" + deep.substr(1), true, false},    // the guard takes the character after a lone slash
+      {"/[" + deep, true, true},
+      {"[\"]\"" + deep.substr(1), false, true},   // a bracket in a string doesn't close
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(lu::detail::NestsDeeperThan(c.text.data(), c.text.size(), 4, c.comments), c.deeper) << c.text;
+  }
+}
+
+// Strings of every length around the word size, with each kind of byte at each place, as value
+// and as key: the tree's compact text is rapidjson's Writer's, byte for byte.
+TEST(JsonHelpers, CompactTextEscapesAsTheWriter) {
+  const char specials[] = {'\0', '\x01', '\x1f', ' ', '"', '\\', '/', '\x7f', '\x80', '\xff', '\n', '\t', '\b'};
+  for (size_t length = 0; length <= 20; ++length) {
+    for (size_t at = 0; at < std::max<size_t>(length, 1); ++at) {
+      for (char special : specials) {
+        std::string text(length, 'x');
+        if (length > 0) text[at] = special;
+        NyJson tree;
+        tree.MakeMap()[ROString(text.c_str())].MakeArray().push_back(NyVariant(text));
+        rapidjson::StringBuffer buffer;
+        rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+        writer.StartObject();
+        const std::string key = ROString(text.c_str()).c_str();
+        writer.Key(key.data(), rapidjson::SizeType(key.size()));
+        writer.StartArray();
+        writer.String(text.data(), rapidjson::SizeType(text.size()));
+        writer.EndArray();
+        writer.EndObject();
+        ASSERT_EQ(jh::ToString(tree), std::string(buffer.GetString(), buffer.GetSize())) << length << " " << at << " " << int(special);
+      }
+    }
   }
 }
 

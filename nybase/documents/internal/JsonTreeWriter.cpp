@@ -138,7 +138,12 @@ class Writer {
         std::memcpy(&w, p, 8);
         std::memcpy(o, &w, 8);  // the whole word; only its plain lead counts (the room allows for it)
         const uint64_t mask = EscapeMask(w);
-        plain = mask == 0 ? 8 : static_cast<size_t>(std::countr_zero(mask)) / 8;
+        if (mask == 0) {
+          o += 8;
+          p += 8;
+          continue;
+        }
+        plain = static_cast<size_t>(std::countr_zero(mask)) / 8;
       } else if (end - text >= 8) {
         // The tail: the text's last word, shifted down to it and topped up with 'a's.
         const size_t rest = static_cast<size_t>(end - p);
