@@ -1,5 +1,6 @@
 // Fuzz target: arbitrary bytes parsed into a NyJson tree, written back as text and read again,
-// merged, and walked with lu::JsonTextReader.
+// merged, and walked with lu::JsonTextReader; the nesting screen and the tree's own compact text
+// are checked against their references on the way.
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -9,6 +10,7 @@
 
 #include <nybase/documents/JsonHelpers.h>
 #include <nybase/documents/JsonTextReader.h>
+#include <nybase/documents/internal/JsonBlockStream.h>
 
 namespace jh = lu::JsonHelpers;
 
@@ -65,6 +67,31 @@ bool HoldsNonFinite(const NyJson& root) {
   return false;
 }
 
+// The parser's depth guard, one character at a time: the reference for the screen that lets
+// parsing skip it.
+bool GuardTrips(const char* text, size_t size, int limit, bool comments) {
+  enum { Normal, String, Escape, Slash, Line, Block, BlockStar } state = Normal;
+  int depth = 0;
+  for (size_t i = 0; i < size; ++i) {
+    const char c = text[i];
+    switch (state) {
+      case Normal:
+        if (c == '"') state = String;
+        else if ((c == '[' || c == '{') && ++depth > limit) return true;
+        else if (c == ']' || c == '}') --depth;
+        else if (c == '/' && comments) state = Slash;
+        break;
+      case String: state = c == '\\' ? Escape : c == '"' ? Normal : String; break;
+      case Escape: state = String; break;
+      case Slash: state = c == '*' ? Block : c == '/' ? Line : Normal; break;
+      case Line: state = c == '\n' ? Normal : Line; break;
+      case Block: state = c == '*' ? BlockStar : Block; break;
+      case BlockStar: state = c == '/' ? Normal : c == '*' ? BlockStar : Block; break;
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
 // The first byte: bit 0 allows comments, bit 1 writes the stable form, bit 2 pretty text.
@@ -72,6 +99,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
   const uint8_t mode = data[0];
   const char* text = reinterpret_cast<const char*>(data + 1);
+  for (int limit : {0, 2, 5}) {
+    if (lu::detail::NestsDeeperThan(text, size - 1, limit, mode & 1) != GuardTrips(text, size - 1, limit, mode & 1)) std::abort();
+  }
   jh::Document doc;
   NyError* error = nullptr;
   jh::ReadStream(text, unsigned(size - 1), doc, error, mode & 1);
@@ -89,6 +119,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     jh::ToRapidJson(tree, out);
   }
   const std::string written = mode & 4 ? jh::ToPrettyString(out) : jh::ToString(out);
+  // The tree's own compact text is that of the document ToRapidJson makes of it.
+  if (!(mode & 2) && jh::ToString(tree) != jh::ToString(out)) std::abort();
   // What we write reads back to a tree of the same shape (numbers may differ in the last digit).
   jh::Document again;
   jh::ReadStream(written.data(), unsigned(written.size()), again, error);
