@@ -86,18 +86,59 @@ class DepthGuardStream {
 };
 
 template <typename Stream>
-void Parse(Stream& stream, Document& document, bool allowComments) {
+void ParseGuarded(Stream& stream, Document& document, bool allowComments) {
+  DepthGuardStream<Stream> guarded(stream, allowComments);
   if (allowComments) {
-    document.ParseStream<rapidjson::kParseCommentsFlag, rapidjson::UTF8<char>>(stream);
+    document.ParseStream<rapidjson::kParseCommentsFlag, rapidjson::UTF8<char>>(guarded);
   } else {
-    document.ParseStream<rapidjson::kParseDefaultFlags, rapidjson::UTF8<char>>(stream);
+    document.ParseStream<rapidjson::kParseDefaultFlags, rapidjson::UTF8<char>>(guarded);
   }
 }
 
-template <typename Stream>
-void ParseGuarded(Stream& stream, Document& document, bool allowComments) {
-  DepthGuardStream<Stream> guarded(stream, allowComments);
-  Parse(guarded, document, allowComments);
+// Hands the parser's events to the document and counts the nesting as it goes: a container
+// deeper than k_maxDepth stops the parse before it is entered. For text that parses, this counts
+// exactly what the depth guard counts, without the guard's look at every character.
+class DepthCountingHandler {
+ public:
+  explicit DepthCountingHandler(Document& document) : m_document(document) {}
+
+  bool Null() { return m_document.Null(); }
+  bool Bool(bool b) { return m_document.Bool(b); }
+  bool Int(int i) { return m_document.Int(i); }
+  bool Uint(unsigned u) { return m_document.Uint(u); }
+  bool Int64(int64_t i) { return m_document.Int64(i); }
+  bool Uint64(uint64_t u) { return m_document.Uint64(u); }
+  bool Double(double d) { return m_document.Double(d); }
+  bool RawNumber(const char* text, rapidjson::SizeType length, bool copy) { return m_document.RawNumber(text, length, copy); }
+  bool String(const char* text, rapidjson::SizeType length, bool copy) { return m_document.String(text, length, copy); }
+  bool Key(const char* text, rapidjson::SizeType length, bool copy) { return m_document.Key(text, length, copy); }
+  bool StartObject() { return ++m_depth <= k_maxDepth && m_document.StartObject(); }
+  bool EndObject(rapidjson::SizeType count) { --m_depth; return m_document.EndObject(count); }
+  bool StartArray() { return ++m_depth <= k_maxDepth && m_document.StartArray(); }
+  bool EndArray(rapidjson::SizeType count) { --m_depth; return m_document.EndArray(count); }
+
+ private:
+  Document& m_document;
+  int m_depth = 0;
+};
+
+// Parses the block through the counting handler instead of the guard, when that can only end as
+// the guarded parse would: the document holds no error from an earlier parse (a successful parse
+// leaves the same clean result), and the parse succeeds. False leaves the document as it was
+// (its pool may keep the strings of the failed attempt) for the guarded parse to run.
+bool ParseCounted(const char* data, size_t size, Document& document, bool allowComments) {
+  if (document.HasParseError() || document.GetErrorOffset() != 0) return false;
+  bool parsed = false;
+  auto generate = [&](Document& handler) {
+    DepthCountingHandler counting(handler);
+    detail::JsonBlockStream stream(data, size);
+    rapidjson::GenericReader<rapidjson::UTF8<char>, rapidjson::UTF8<char>, rapidjson::CrtAllocator> reader;
+    parsed = allowComments ? !reader.Parse<rapidjson::kParseCommentsFlag>(stream, counting).IsError()
+                           : !reader.Parse<rapidjson::kParseDefaultFlags>(stream, counting).IsError();
+    return parsed;
+  };
+  document.Populate(generate);
+  return parsed;
 }
 
 int HexDigit(char c) {
@@ -339,14 +380,11 @@ void ReadFile(const wchar_t* path, Document& document, NyError*& error, bool all
 void ReadStream(const char* data, unsigned int length, Document& document, NyError*& error,
                 bool allowComments) {
   const size_t size = data ? length : 0;
-  // A block that nests too deep anywhere goes through the guard, which stops the parser where it
-  // trips; any other block can't trip it, so it is parsed unwrapped, the same reads much faster.
-  if (detail::NestsDeeperThan(data, size, k_maxDepth, allowComments)) {
+  // Text that parses is read without the guard's look at every character; anything else is
+  // parsed again under the guard, which leaves the error, its offset and the root as always.
+  if (!ParseCounted(data, size, document, allowComments)) {
     rapidjson::MemoryStream stream(data, size);
     ParseGuarded(stream, document, allowComments);
-  } else {
-    detail::JsonBlockStream stream(data, size);
-    Parse(stream, document, allowComments);
   }
   if (document.IsNull()) error = new NyError(NyError::k_csInvalidJsonUri, "Could not parse json stream.");
 }

@@ -8,7 +8,6 @@
 #include <string>
 
 #include <nybase/NYBase.h>
-#include <nybase/documents/internal/JsonBlockStream.h>
 
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
@@ -144,6 +143,9 @@ TEST(JsonHelpers, ReadErrors) {
   jh::ReadStream("[", 1, doc, error);
   EXPECT_EQ(error, nullptr);
   EXPECT_EQ(jh::ToString(doc), "[1]");
+  // A good parse after a failed one leaves no error behind.
+  jh::ReadStream("[2]", 3, doc, error);
+  EXPECT_TRUE(error == nullptr && !doc.HasParseError() && doc.GetErrorOffset() == 0 && jh::ToString(doc) == "[2]");
   // Exactly the nesting limit parses; one more doesn't.
   for (int depth : {jh::k_maxDepth, jh::k_maxDepth + 1}) {
     const std::string text = std::string(depth, '[') + std::string(depth, ']');
@@ -156,35 +158,6 @@ TEST(JsonHelpers, ReadErrors) {
     }
     delete error;
     error = nullptr;
-  }
-}
-
-// The screen that lets a block skip the parser's depth guard must count as the guard does: a
-// bracket it wrongly thinks is in a string or a comment would let deep text reach the stack.
-TEST(JsonHelpers, NestingScreenFollowsStringsAndComments) {
-  const std::string deep(5, '[');
-  const struct { std::string text; bool comments; bool deeper; } cases[] = {
-      {deep, false, true},
-      {"[[[[]]]][[[[", false, false},
-      {"\"[[[[[\"", false, false},
-      {"\"\\\\\"" + deep, false, true},      // the escaped backslash doesn't hide the quote
-      {"\"\\\"[[[[[\"", false, false},     // the escaped quote doesn't end the string
-      {"\"\\\\\\\"[[[[[", false, false},   // an odd run of backslashes escapes it
-      {"\"\\n\\\\\"" + deep, false, true},  // an escape, then a pair, then the end
-      {"\"abc", false, false},
-      {"/*[[[[[*/", true, false},
-      {"/*[[[[[*/", false, true},              // no comments: the brackets count
-      {"/*/" + deep, true, false},             // the opener's star doesn't close it
-      {"/***/" + deep, true, true},
-      {"/* * / **/" + deep, true, true},
-      {"//[[[[[\n", true, false},
-      {"//x\n" + deep, true, true},
-      {"/[" + deep.substr(1), true, false},    // the guard takes the character after a lone slash
-      {"/[" + deep, true, true},
-      {"[\"]\"" + deep.substr(1), false, true},   // a bracket in a string doesn't close
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(lu::detail::NestsDeeperThan(c.text.data(), c.text.size(), 4, c.comments), c.deeper) << c.text;
   }
 }
 

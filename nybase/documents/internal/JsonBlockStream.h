@@ -1,4 +1,4 @@
-// A fast rapidjson input stream over a memory block, and the nesting screen that lets parsing use it.
+// A fast rapidjson input stream over a memory block.
 #pragma once
 
 #include <nybase/documents/RapidJsonConfig.h>
@@ -27,12 +27,6 @@ struct JsonBlockStream {
   const char* m_begin;
   const char* m_end;
 };
-
-// True when the brackets of the block, outside strings (and outside comments when `comments`),
-// open more than `limit` levels at some point: the same count, character by character, as the
-// parser's depth guard keeps over the text it reads. False means no prefix of the block nests
-// deeper, so a parse of it can never trip the guard.
-bool NestsDeeperThan(const char* data, size_t size, int limit, bool comments);
 
 }  // namespace lu::detail
 
