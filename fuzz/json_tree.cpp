@@ -84,7 +84,8 @@ void CheckAgainstRapidJson(const char* text, size_t size, bool comments, const j
     ref.Parse(copy.c_str());
   }
   if (ref.GetParseError() != doc.GetParseError() || ref.GetErrorOffset() != doc.GetErrorOffset()) std::abort();
-  if (!ref.HasParseError() && ref != doc) std::abort();
+  // By their text: rapidjson's == looks members up by name, which duplicate names defeat.
+  if (!ref.HasParseError() && jh::ToString(ref) != jh::ToString(doc)) std::abort();
 }
 
 }  // namespace
