@@ -1,5 +1,6 @@
 // Fuzz target: arbitrary bytes parsed into a NyJson tree, written back as text and read again,
-// merged, and walked with lu::JsonTextReader.
+// merged, and walked with lu::JsonTextReader; the parse and the tree's own compact text are
+// checked against rapidjson's on the way.
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -65,6 +66,28 @@ bool HoldsNonFinite(const NyJson& root) {
   return false;
 }
 
+// Whether the text, read with rapidjson's own parser as a NUL-terminated string, gives the same
+// document and the same error (code and offset) as ReadStream did. Only for text that no depth
+// limit can touch (fewer opening brackets than the limit) and that holds no NUL.
+void CheckAgainstRapidJson(const char* text, size_t size, bool comments, const jh::Document& doc) {
+  size_t opening = 0;
+  for (size_t i = 0; i < size; ++i) {
+    if (text[i] == '\0') return;
+    opening += text[i] == '[' || text[i] == '{';
+  }
+  if (opening > size_t(jh::k_maxDepth)) return;
+  const std::string copy(text, size);
+  jh::Document ref;
+  if (comments) {
+    ref.Parse<rapidjson::kParseCommentsFlag>(copy.c_str());
+  } else {
+    ref.Parse(copy.c_str());
+  }
+  if (ref.GetParseError() != doc.GetParseError() || ref.GetErrorOffset() != doc.GetErrorOffset()) std::abort();
+  // By their text: rapidjson's == looks members up by name, which duplicate names defeat.
+  if (!ref.HasParseError() && jh::ToString(ref) != jh::ToString(doc)) std::abort();
+}
+
 }  // namespace
 
 // The first byte: bit 0 allows comments, bit 1 writes the stable form, bit 2 pretty text.
@@ -75,6 +98,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   jh::Document doc;
   NyError* error = nullptr;
   jh::ReadStream(text, unsigned(size - 1), doc, error, mode & 1);
+  CheckAgainstRapidJson(text, size - 1, mode & 1, doc);
   if (error) {
     jh::ToString(error);
     delete error;
@@ -89,6 +113,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     jh::ToRapidJson(tree, out);
   }
   const std::string written = mode & 4 ? jh::ToPrettyString(out) : jh::ToString(out);
+  // The tree's own compact text is that of the document ToRapidJson makes of it.
+  if (!(mode & 2) && jh::ToString(tree) != jh::ToString(out)) std::abort();
   // What we write reads back to a tree of the same shape (numbers may differ in the last digit).
   jh::Document again;
   jh::ReadStream(written.data(), unsigned(written.size()), again, error);

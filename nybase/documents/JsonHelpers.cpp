@@ -13,6 +13,8 @@
 #include <cstring>
 #include <vector>
 
+#include <nybase/documents/internal/JsonBlockStream.h>
+#include <nybase/documents/internal/JsonTreeWriter.h>
 #include <nybase/files/FileOperation.h>
 #include <nybase/text/StringHelp.h>
 
@@ -93,6 +95,52 @@ void ParseGuarded(Stream& stream, Document& document, bool allowComments) {
   }
 }
 
+// Hands the parser's events to the document and counts the nesting as it goes: a container
+// deeper than k_maxDepth stops the parse before it is entered. For text that parses, this counts
+// exactly what the depth guard counts, without the guard's look at every character.
+class DepthCountingHandler {
+ public:
+  explicit DepthCountingHandler(Document& document) : m_document(document) {}
+
+  bool Null() { return m_document.Null(); }
+  bool Bool(bool b) { return m_document.Bool(b); }
+  bool Int(int i) { return m_document.Int(i); }
+  bool Uint(unsigned u) { return m_document.Uint(u); }
+  bool Int64(int64_t i) { return m_document.Int64(i); }
+  bool Uint64(uint64_t u) { return m_document.Uint64(u); }
+  bool Double(double d) { return m_document.Double(d); }
+  bool RawNumber(const char* text, rapidjson::SizeType length, bool copy) { return m_document.RawNumber(text, length, copy); }
+  bool String(const char* text, rapidjson::SizeType length, bool copy) { return m_document.String(text, length, copy); }
+  bool Key(const char* text, rapidjson::SizeType length, bool copy) { return m_document.Key(text, length, copy); }
+  bool StartObject() { return ++m_depth <= k_maxDepth && m_document.StartObject(); }
+  bool EndObject(rapidjson::SizeType count) { --m_depth; return m_document.EndObject(count); }
+  bool StartArray() { return ++m_depth <= k_maxDepth && m_document.StartArray(); }
+  bool EndArray(rapidjson::SizeType count) { --m_depth; return m_document.EndArray(count); }
+
+ private:
+  Document& m_document;
+  int m_depth = 0;
+};
+
+// Parses the block through the counting handler instead of the guard, when that can only end as
+// the guarded parse would: the document holds no error from an earlier parse (a successful parse
+// leaves the same clean result), and the parse succeeds. False leaves the document as it was
+// (its pool may keep the strings of the failed attempt) for the guarded parse to run.
+bool ParseCounted(const char* data, size_t size, Document& document, bool allowComments) {
+  if (document.HasParseError() || document.GetErrorOffset() != 0) return false;
+  bool parsed = false;
+  auto generate = [&](Document& handler) {
+    DepthCountingHandler counting(handler);
+    detail::JsonBlockStream stream(data, size);
+    rapidjson::GenericReader<rapidjson::UTF8<char>, rapidjson::UTF8<char>, rapidjson::CrtAllocator> reader;
+    parsed = allowComments ? !reader.Parse<rapidjson::kParseCommentsFlag>(stream, counting).IsError()
+                           : !reader.Parse<rapidjson::kParseDefaultFlags>(stream, counting).IsError();
+    return parsed;
+  };
+  document.Populate(generate);
+  return parsed;
+}
+
 int HexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
@@ -145,7 +193,9 @@ bool FromValue(const Value& source, NyJson& target, int depth) {
     if (depth >= k_maxDepth) return false;
     NyJson::Map& map = target.MakeMap();
     for (auto it = source.MemberBegin(); it != source.MemberEnd(); ++it) {
-      NyJson& entry = map[ROString(it->name.GetString())];
+      // Keys first interned in document order lie in ascending order in memory, so the end is the
+      // usual place of a new one; a wrong hint costs one comparison before the normal search.
+      NyJson& entry = map.try_emplace(map.end(), ROString(it->name.GetString()))->second;
       entry.Reset();
       if (!FromValue(it->value, entry, depth + 1)) return false;
     }
@@ -154,6 +204,7 @@ bool FromValue(const Value& source, NyJson& target, int depth) {
   if (source.IsArray()) {
     if (depth >= k_maxDepth) return false;
     NyJson::Array& array = target.MakeArray();
+    if (array.empty()) array.reserve(source.Size());  // appending to elements already there grows as usual
     for (auto it = source.Begin(); it != source.End(); ++it) {
       array.emplace_back();
       // emplace_back may move the array's storage: convert into the element just made.
@@ -328,8 +379,13 @@ void ReadFile(const wchar_t* path, Document& document, NyError*& error, bool all
 
 void ReadStream(const char* data, unsigned int length, Document& document, NyError*& error,
                 bool allowComments) {
-  rapidjson::MemoryStream stream(data, data ? length : 0);
-  ParseGuarded(stream, document, allowComments);
+  const size_t size = data ? length : 0;
+  // Text that parses is read without the guard's look at every character; anything else is
+  // parsed again under the guard, which leaves the error, its offset and the root as always.
+  if (!ParseCounted(data, size, document, allowComments)) {
+    rapidjson::MemoryStream stream(data, size);
+    ParseGuarded(stream, document, allowComments);
+  }
   if (document.IsNull()) error = new NyError(NyError::k_csInvalidJsonUri, "Could not parse json stream.");
 }
 
@@ -444,7 +500,8 @@ CStdStr<char> ToPrettyString(const NyJson& tree) {
 
 CStdStr<char> ToString(const Value& value) { return WriteToString<rapidjson::Writer<rapidjson::StringBuffer>>(value); }
 
-CStdStr<char> ToString(const NyJson& tree) { return TreeToString<rapidjson::Writer<rapidjson::StringBuffer>>(tree); }
+// Straight into the string: the same text as the writer's (the tests hold the two together).
+CStdStr<char> ToString(const NyJson& tree) { return CStdStr<char>(detail::CompactTreeText(tree)); }
 
 CStdStr<char> ToString(const NyError* error) {
   NyJson tree;

@@ -9,6 +9,9 @@
 
 #include <nybase/NYBase.h>
 
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
 #include "tests/support/TestSupport.h"
 
 namespace jh = lu::JsonHelpers;
@@ -140,6 +143,9 @@ TEST(JsonHelpers, ReadErrors) {
   jh::ReadStream("[", 1, doc, error);
   EXPECT_EQ(error, nullptr);
   EXPECT_EQ(jh::ToString(doc), "[1]");
+  // A good parse after a failed one leaves no error behind.
+  jh::ReadStream("[2]", 3, doc, error);
+  EXPECT_TRUE(error == nullptr && !doc.HasParseError() && doc.GetErrorOffset() == 0 && jh::ToString(doc) == "[2]");
   // Exactly the nesting limit parses; one more doesn't.
   for (int depth : {jh::k_maxDepth, jh::k_maxDepth + 1}) {
     const std::string text = std::string(depth, '[') + std::string(depth, ']');
@@ -152,6 +158,32 @@ TEST(JsonHelpers, ReadErrors) {
     }
     delete error;
     error = nullptr;
+  }
+}
+
+// Strings of every length around the word size, with each kind of byte at each place, as value
+// and as key: the tree's compact text is rapidjson's Writer's, byte for byte.
+TEST(JsonHelpers, CompactTextEscapesAsTheWriter) {
+  const char specials[] = {'\0', '\x01', '\x1f', ' ', '"', '\\', '/', '\x7f', '\x80', '\xff', '\n', '\t', '\b'};
+  for (size_t length = 0; length <= 20; ++length) {
+    for (size_t at = 0; at < std::max<size_t>(length, 1); ++at) {
+      for (char special : specials) {
+        std::string text(length, 'x');
+        if (length > 0) text[at] = special;
+        NyJson tree;
+        tree.MakeMap()[ROString(text.c_str())].MakeArray().push_back(NyVariant(text));
+        rapidjson::StringBuffer buffer;
+        rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+        writer.StartObject();
+        const std::string key = ROString(text.c_str()).c_str();
+        writer.Key(key.data(), rapidjson::SizeType(key.size()));
+        writer.StartArray();
+        writer.String(text.data(), rapidjson::SizeType(text.size()));
+        writer.EndArray();
+        writer.EndObject();
+        ASSERT_EQ(jh::ToString(tree), std::string(buffer.GetString(), buffer.GetSize())) << length << " " << at << " " << int(special);
+      }
+    }
   }
 }
 
