@@ -141,14 +141,15 @@ TEST_F(MidiFileTest, EventRecordsAndTheConvertAfterValidateOrder) {
   const Bytes file = Smf(0, 1, 480, {Cat({{0x00}, k_tempo100, {0x00, 0x90, 0x3C, 0x40, 0x01, 0x3C, 0x00, 0x00, 0xC2, 0x07}})});
   NyMidiFile midi;
   std::vector<NyMidiFile::NyMidiFileEvent> events(3);
+  NyMidiInfo info;
   EXPECT_EQ(midi.GetEvents(events), NYRESULT_FAILURE);
+  EXPECT_FALSE(midi.GetMidiInfo(info));  // nothing validated yet
   EXPECT_EQ(midi.Validate(), NYRESULT_INVALID_FILE);
   EXPECT_EQ(midi.GetLastError(), 1u);
   EXPECT_EQ(midi.Open(lu::Path(m_dir.Wide("missing.mid"))), NYRESULT_FILE_NOT_FOUND);
   ASSERT_EQ(midi.Open(Write(file)), NYRESULT_SUCCESS);
   ASSERT_EQ(midi.Validate(), NYRESULT_SUCCESS);
   EXPECT_EQ(midi.GetLastError(), 0u);
-  NyMidiInfo info;
   ASSERT_TRUE(midi.GetMidiInfo(info));
   EXPECT_DOUBLE_EQ(info.tempo, 100.0);
   ASSERT_EQ(midi.GetEvents(events), NYRESULT_SUCCESS);
