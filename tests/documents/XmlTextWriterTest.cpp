@@ -54,7 +54,8 @@ TEST(XmlTextWriter, EscapingAndEncoding) {
       {L"l1\r\nl2\tx", "l1\r\nl2\tx", "l1&#13;&#10;l2\tx"},
       {L"&amp;", "&amp;amp;", "&amp;amp;"},
       {std::wstring(L"\x01\x1f", 2), "\x01\x1f", "\x01\x1f"},  // not escaped: no validity checks
-      {W16(u"\u00e9\u20ac\U0001F600"), "\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80", "\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80"},
+      {W16(u"\u00e9\u20ac\U0001F600\U0010FFFF"), "\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80\xf4\x8f\xbf\xbf",
+       "\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80\xf4\x8f\xbf\xbf"},
       // Values go through the codec: lone surrogates become U+FFFD, never ill-formed UTF-8.
       {W16(u"x") + wchar_t(0xD800) + L"y" + wchar_t(0xDC00), "x\xef\xbf\xbdy\xef\xbf\xbd", "x\xef\xbf\xbdy\xef\xbf\xbd"},
   };
