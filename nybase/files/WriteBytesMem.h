@@ -28,8 +28,8 @@ class WriteBytesMem : public NY::IWriteBuffer {
     // nothing, so its call is skipped; a derived class's Reserve is always called, through
     // WriteBytesGrowing. Equal type_info addresses prove the exact type; a second copy of the
     // type_info (never seen with one shared library) only sends the call to the slow path.
-    const unsigned long long end = static_cast<unsigned long long>(static_cast<unsigned>(m_count)) +
-                                   (static_cast<unsigned>(size) - 1u);
+    const unsigned long long end =
+        static_cast<unsigned long long>(static_cast<unsigned>(m_count)) + (static_cast<unsigned>(size) - 1u);
     if (end < static_cast<unsigned long long>(static_cast<unsigned>(m_capacity)) &&
         &typeid(*this) == &typeid(WriteBytesMem)) [[likely]] {
       CopyShort(m_buffer + m_count, static_cast<const unsigned char*>(data), static_cast<unsigned>(size));

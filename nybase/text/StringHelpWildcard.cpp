@@ -42,7 +42,8 @@ bool Compare(const wchar_t* text, const wchar_t* pattern, wchar_t terminator, co
   const auto fold = [](wchar_t c) { return kCaseSensitive ? c : FoldAscii(c); };
   const auto textAt = [&](const wchar_t* at) { return kHasEnd && at >= textEnd ? terminator : *at; };
   const auto ends = [terminator](wchar_t c) { return c == L'\0' || c == terminator; };
-  const bool letterTerminator = (terminator >= L'A' && terminator <= L'Z') || (terminator >= L'a' && terminator <= L'z');
+  const bool letterTerminator =
+      (terminator >= L'A' && terminator <= L'Z') || (terminator >= L'a' && terminator <= L'z');
   const bool plainTerminator = terminator != L'*' && (kCaseSensitive || !letterTerminator);
   for (;;) {
     const wchar_t c = textAt(t);

@@ -14,7 +14,8 @@ namespace lu::detail {
 class InternLock {
  public:
   void lock() noexcept {
-    if (!m_held.exchange(true, std::memory_order_acquire)) [[likely]] return;
+    if (!m_held.exchange(true, std::memory_order_acquire)) [[likely]]
+      return;
     Wait();
   }
   void unlock() noexcept { m_held.store(false, std::memory_order_release); }
@@ -22,7 +23,8 @@ class InternLock {
  private:
   void Wait() noexcept {
     for (int spins = 0;; ++spins) {
-      if (!m_held.load(std::memory_order_relaxed) && !m_held.exchange(true, std::memory_order_acquire)) return;
+      if (!m_held.load(std::memory_order_relaxed) && !m_held.exchange(true, std::memory_order_acquire))
+        return;
       if (spins < 64) {
 #if defined(__x86_64__) || defined(__i386__)
         __builtin_ia32_pause();
