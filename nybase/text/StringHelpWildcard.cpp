@@ -24,10 +24,12 @@ wchar_t FoldAscii(wchar_t c) { return c >= L'A' && c <= L'Z' ? static_cast<wchar
 //   from the star's mark ends with that rest (p - star always counts the text characters just
 //   before t that match the rest's beginning, and the restarts try every later start): that is
 //   one comparison at the end of the text.
-// - When the first character of the segment behind the star does not occur again in the segment
-//   and the text holds no '*', a run of the steps finds the leftmost occurrence of the segment
-//   from its start, so a run that fails at the end of the text means every later restart fails
-//   too: the answer is false at once.
+// - When the first character of the segment behind the star does not occur again in the segment,
+//   a run of the steps reaches the leftmost occurrence of the segment from its start before any
+//   other (a partial match never hides the start of another), so that occurrence is searched
+//   directly. With none, or when the run fails at the end of the text without a text '*' having
+//   matched the pattern's '*' behind the segment, every later restart fails the same way: the
+//   answer is false at once.
 // The second and third need a terminator that no other character folds to (and that is not '*'):
 // otherwise the pattern may be read across its terminator, and only the plain steps are taken.
 template <bool kCaseSensitive, bool kHasEnd>
