@@ -87,6 +87,30 @@ void WildcardVsFnmatch(benchmark::State& state) {
   t.Report(state, double(c.names.size() * c.patterns.size()), "matches/s");
 }
 
+// One pattern (state.range(0) indexes the corpus's patterns) against every name: which shapes gain
+// or lose against fnmatch.
+void WildcardVsFnmatchPattern(benchmark::State& state) {
+  static const Corpus c;
+  const size_t i = static_cast<size_t>(state.range(0));
+  state.SetLabel(c.patterns[i]);
+  nybench::PairTimer t;
+  for (auto _ : state) {
+    size_t ours = 0, peer = 0;
+    const double a = nybench::PairTimer::Time([&] {
+      for (const auto& n : c.wnames) {
+        ours += StringHelp::WildcardTextCompare(n.c_str(), c.wpatterns[i].c_str(), true, L'\0', nullptr);
+      }
+    });
+    t.ours += a;
+    t.peer += nybench::PairTimer::Time([&] {
+      for (const auto& n : c.names) peer += fnmatch(c.patterns[i].c_str(), n.c_str(), 0) == 0;
+    });
+    benchmark::DoNotOptimize(ours + peer);
+    state.SetIterationTime(a);
+  }
+  t.Report(state, double(c.names.size()), "matches/s");
+}
+
 // The expression route (build once per pattern, then regex_match) as the peer of the loop; the
 // ratio says how much the loop saves.
 void RegexVsWildcard(benchmark::State& state) {
@@ -113,6 +137,7 @@ void RegexVsWildcard(benchmark::State& state) {
 
 BENCHMARK(StartAndWaitTrue)->Name("CreateProcessW_true_vs_posix_spawn")->UseManualTime()->Iterations(1000);
 BENCHMARK(WildcardVsFnmatch)->Name("WildcardTextCompare_vs_fnmatch")->UseManualTime();
+BENCHMARK(WildcardVsFnmatchPattern)->Name("WildcardTextCompare_vs_fnmatch_pattern")->DenseRange(0, 6)->UseManualTime();
 BENCHMARK(RegexVsWildcard)->Name("WildcardTextCompare_vs_BuildRegex_match")->UseManualTime();
 
 BENCHMARK_MAIN();

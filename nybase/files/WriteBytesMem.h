@@ -22,10 +22,17 @@ class WriteBytesMem : public NY::IWriteBuffer {
   // `size` while memory lasts. A negative size, a count that would pass 2^31 - 1, or a failed
   // allocation (also a count set below 0) writes nothing and gives false with `done` 0.
   bool WriteBytes(const void* data, int size, int& done) override {
-    // Inline fast path: when the room is there this class's own Reserve does nothing, so its
-    // call is skipped; a derived class's Reserve is always called, through WriteBytesGrowing.
-    if (size > 0 && m_count >= 0 && size <= m_capacity - m_count && typeid(*this) == typeid(WriteBytesMem)) {
-      std::memcpy(m_buffer + m_count, data, static_cast<size_t>(size));
+    // Inline fast path, one comparison: 0 <= count and 1 <= size <= capacity - count, computed
+    // in 64 bits on the unsigned images so that a negative count or size (huge when unsigned) or
+    // a size of 0 (size - 1 wraps) fails it. When the room is there this class's own Reserve does
+    // nothing, so its call is skipped; a derived class's Reserve is always called, through
+    // WriteBytesGrowing. Equal type_info addresses prove the exact type; a second copy of the
+    // type_info (never seen with one shared library) only sends the call to the slow path.
+    const unsigned long long end =
+        static_cast<unsigned long long>(static_cast<unsigned>(m_count)) + (static_cast<unsigned>(size) - 1u);
+    if (end < static_cast<unsigned long long>(static_cast<unsigned>(m_capacity)) &&
+        &typeid(*this) == &typeid(WriteBytesMem)) [[likely]] {
+      CopyShort(m_buffer + m_count, static_cast<const unsigned char*>(data), static_cast<unsigned>(size));
       m_count += size;
       done = size;
       return true;
@@ -50,6 +57,42 @@ class WriteBytesMem : public NY::IWriteBuffer {
   bool WriteString(const lu::BasicStringView<char>& text);
 
  private:
+  // Copies 1..64 bytes as two overlapping fixed-size moves (no call, no byte loop), longer runs
+  // with memcpy: small appends are this class's common case.
+  static void CopyShort(unsigned char* to, const unsigned char* from, unsigned size) {
+    if (size > 64) [[unlikely]] {
+      std::memcpy(to, from, size);
+    } else if (size >= 16) {
+      if (size >= 32) {
+        Move<32>(to, from);
+        Move<32>(to + size - 32, from + size - 32);
+      } else {
+        Move<16>(to, from);
+        Move<16>(to + size - 16, from + size - 16);
+      }
+    } else if (size >= 4) {
+      if (size >= 8) {
+        Move<8>(to, from);
+        Move<8>(to + size - 8, from + size - 8);
+      } else {
+        Move<4>(to, from);
+        Move<4>(to + size - 4, from + size - 4);
+      }
+    } else {
+      // 1..3 bytes: first, middle and last (they coincide for the shorter sizes).
+      to[0] = from[0];
+      to[size / 2] = from[size / 2];
+      to[size - 1] = from[size - 1];
+    }
+  }
+  // A fixed-size copy through a register, which the compiler turns into plain loads and stores.
+  template <unsigned N>
+  static void Move(unsigned char* to, const unsigned char* from) {
+    unsigned char block[N];
+    std::memcpy(block, from, N);
+    std::memcpy(to, block, N);
+  }
+
   // WriteBytes with the virtual Reserve call, for growth, odd sizes and derived classes.
   bool WriteBytesGrowing(const void* data, int size, int& done);
 

@@ -1,6 +1,8 @@
 // StringHelp::WildcardTextCompare: a one-star backtracking match with no allocation.
 #include <nybase/text/StringHelpWildcard.h>
 
+#include <cstddef>
+
 namespace StringHelp {
 
 namespace {
@@ -9,6 +11,27 @@ wchar_t FoldAscii(wchar_t c) { return c >= L'A' && c <= L'Z' ? static_cast<wchar
 
 // The loop, compiled once for each combination of case rule and text end so that the per-character
 // work carries no test of either.
+//
+// The steps: two positions t and p, a saved star (the pattern behind the last '*') and mark (where
+// the next restart behind it begins); a character pair that matches advances both; a mismatch
+// behind a star puts p back to the star (one further when the text character matches the star's
+// first character) and advances t; the end of the text restarts behind the star from mark, one
+// character later each time. The answers are exactly those of these steps; three shortcuts take
+// them faster where they provably agree:
+// - While p stands at the star, the steps only advance t until a character matches the star's
+//   first character or the text ends: that is one tight scan.
+// - Behind the last '*' of a pattern whose rest has no further '*', the steps say whether the text
+//   from the star's mark ends with that rest (p - star always counts the text characters just
+//   before t that match the rest's beginning, and the restarts try every later start): that is
+//   one comparison at the end of the text.
+// - When the first character of the segment behind the star does not occur again in the segment,
+//   a run of the steps reaches the leftmost occurrence of the segment from its start before any
+//   other (a partial match never hides the start of another), so that occurrence is searched
+//   directly. With none, or when the run fails at the end of the text without a text '*' having
+//   matched the pattern's '*' behind the segment, every later restart fails the same way: the
+//   answer is false at once.
+// The second and third need a terminator that no other character folds to (and that is not '*'):
+// otherwise the pattern may be read across its terminator, and only the plain steps are taken.
 template <bool kCaseSensitive, bool kHasEnd>
 bool Compare(const wchar_t* text, const wchar_t* pattern, wchar_t terminator, const wchar_t* textEnd) {
   const wchar_t* t = text;
@@ -16,9 +39,14 @@ bool Compare(const wchar_t* text, const wchar_t* pattern, wchar_t terminator, co
   const wchar_t* star = nullptr;      // the pattern behind the last '*'
   const wchar_t* mark = nullptr;      // where the next restart behind that '*' begins
   const wchar_t* runStart = nullptr;  // where the run that is under way began
+  bool alone = false;                 // the shortcuts hold for the segment behind star
+  bool literalStar = false;           // a text '*' was matched as a plain character behind star
   const auto fold = [](wchar_t c) { return kCaseSensitive ? c : FoldAscii(c); };
   const auto textAt = [&](const wchar_t* at) { return kHasEnd && at >= textEnd ? terminator : *at; };
   const auto ends = [terminator](wchar_t c) { return c == L'\0' || c == terminator; };
+  const bool letterTerminator =
+      (terminator >= L'A' && terminator <= L'Z') || (terminator >= L'a' && terminator <= L'z');
+  const bool plainTerminator = terminator != L'*' && (kCaseSensitive || !letterTerminator);
   for (;;) {
     const wchar_t c = textAt(t);
     const wchar_t q = *p;
@@ -33,8 +61,16 @@ bool Compare(const wchar_t* text, const wchar_t* pattern, wchar_t terminator, co
         if (p != star) {
           p = star;
           if (fold(c) == fold(*star)) ++p;
+          ++t;
+          continue;
         }
-        ++t;
+        // At the star: skip to the next character that matches its first one, or to the end.
+        const wchar_t first = fold(q);
+        wchar_t d;
+        do {
+          ++t;
+          d = textAt(t);
+        } while (!ends(d) && fold(d) != first);
         continue;
       }
       ++p;
@@ -42,6 +78,42 @@ bool Compare(const wchar_t* text, const wchar_t* pattern, wchar_t terminator, co
       star = p;
       mark = t;
       runStart = t;
+      literalStar = false;
+      alone = false;
+      if (!plainTerminator || *p == L'*') continue;
+      const wchar_t* e = p;  // the end of the segment behind this star
+      while (!ends(*e) && *e != L'*') ++e;
+      const size_t length = static_cast<size_t>(e - p);
+      if (ends(*e)) {
+        // The last segment: the text from here must end with it.
+        const wchar_t* te = t;
+        while (!ends(textAt(te))) ++te;
+        if (static_cast<size_t>(te - t) < length) return false;
+        for (const wchar_t* x = te - length; p != e; ++x, ++p) {
+          if (fold(*x) != fold(*p)) return false;
+        }
+        return true;
+      }
+      const wchar_t first = fold(*p);
+      alone = true;
+      for (const wchar_t* x = p + 1; alone && x != e; ++x) alone = fold(*x) != first;
+      if (!alone) continue;
+      // The run finds the leftmost occurrence of the segment: search it directly.
+      for (;;) {
+        wchar_t d = textAt(t);
+        while (!ends(d) && fold(d) != first) d = textAt(++t);
+        if (ends(d)) return false;
+        size_t k = 1;
+        while (k < length && !ends(d = textAt(t + k)) && fold(d) == fold(p[k])) ++k;
+        if (k == length) break;
+        if (ends(d)) return false;
+        t += k;  // no occurrence starts inside the partial match: its characters are not `first`
+      }
+      t += length;
+      p = e;
+      // A '*' in the text now matches the pattern's '*' as a plain character and the run goes on
+      // behind it with this star: the third shortcut no longer holds for it.
+      literalStar = textAt(t) == L'*';
       continue;
     }
     if (ends(q)) return true;
@@ -50,6 +122,7 @@ bool Compare(const wchar_t* text, const wchar_t* pattern, wchar_t terminator, co
       continue;
     }
     if (mark == nullptr) return false;
+    if (alone && !literalStar) return false;
     // The run just made failed. The restart behind the star one character later (first from the
     // run's own start, once more) is taken as the steps say, except that runs known to fail are
     // not repeated: a run from the start just made would repeat it, and a run from s, when the
