@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <mutex>
 #include <new>
 
 #include <nybase/text/StringHelp.h>
-#include <nybase/text/internal/InternLock.h>
 #include <nybase/text/internal/InternTables.h>
 
 namespace lu {
@@ -88,7 +88,7 @@ class Table {
   const wchar_t* Intern(const wchar_t* text, size_t length) {
     const uint32_t hash = HashText(text, length);
     const uint32_t len32 = Clamp(length);
-    std::lock_guard<lu::detail::InternLock> hold(m_lock);
+    std::lock_guard<std::mutex> hold(m_lock);
     size_t i = hash & Mask();
     for (; m_slots[i].text != nullptr; i = (i + 1) & Mask()) {
       const Slot& s = m_slots[i];
@@ -120,7 +120,7 @@ class Table {
       if (r->count.compare_exchange_weak(c, c - 1, std::memory_order_release, std::memory_order_relaxed)) return;
     }
     {
-      std::lock_guard<lu::detail::InternLock> hold(m_lock);
+      std::lock_guard<std::mutex> hold(m_lock);
       if (r->count.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
       Erase(text);
     }
@@ -128,12 +128,12 @@ class Table {
   }
 
   uint64_t Count(const wchar_t* text) noexcept {
-    std::lock_guard<lu::detail::InternLock> hold(m_lock);
+    std::lock_guard<std::mutex> hold(m_lock);
     return RecordOf(text)->count.load(std::memory_order_relaxed);
   }
 
   size_t Size() noexcept {
-    std::lock_guard<lu::detail::InternLock> hold(m_lock);
+    std::lock_guard<std::mutex> hold(m_lock);
     return m_count;
   }
 
@@ -189,7 +189,7 @@ class Table {
     }
   }
 
-  lu::detail::InternLock m_lock;
+  std::mutex m_lock;
   std::vector<Slot> m_slots;
   size_t m_count = 0;
 };

@@ -5,11 +5,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <mutex>
 #include <new>
 #include <string>
 #include <vector>
 
-#include <nybase/text/internal/InternLock.h>
 #include <nybase/text/internal/InternTables.h>
 #include <nybase/text/internal/MurmurHash3.h>
 
@@ -49,7 +49,7 @@ class Table {
   // text holds no NUL in its length bytes.
   const char* Intern(const char* text, size_t length) {
     const uint32_t hash = lu::detail::MurmurHash3_x86_32(text, length, k_seed);
-    std::lock_guard<lu::detail::InternLock> hold(m_lock);
+    std::lock_guard<std::mutex> hold(m_lock);
     Bucket& b = m_buckets[hash & (m_buckets.size() - 1)];
     if (b.first.text != nullptr) {
       if (Matches(b.first, hash, text, length)) return Hit(b.first.text);
@@ -72,15 +72,15 @@ class Table {
   const char* Empty() const noexcept { return m_empty; }
 
   uint32_t Count(const char* text) {
-    std::lock_guard<lu::detail::InternLock> hold(m_lock);
+    std::lock_guard<std::mutex> hold(m_lock);
     return *CountOf(text);
   }
   size_t Size() {
-    std::lock_guard<lu::detail::InternLock> hold(m_lock);
+    std::lock_guard<std::mutex> hold(m_lock);
     return m_count;
   }
   size_t Buckets() {
-    std::lock_guard<lu::detail::InternLock> hold(m_lock);
+    std::lock_guard<std::mutex> hold(m_lock);
     return m_buckets.size();
   }
 
@@ -141,7 +141,7 @@ class Table {
     m_buckets.swap(fresh);
   }
 
-  lu::detail::InternLock m_lock;
+  std::mutex m_lock;
   std::vector<Bucket> m_buckets;
   size_t m_count = 0;
   const char* m_empty = nullptr;
