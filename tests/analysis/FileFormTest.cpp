@@ -132,18 +132,3 @@ TEST(OnsetFile, TruncatedFileIsAnalysedUpToItsEnd) {
   ASSERT_EQ(m.size(), 5u);
   for (size_t i = 0; i < m.size(); ++i) EXPECT_NEAR(m[i], t.onsets[i] - 0.0125, 0.0175);
 }
-
-TEST(SpectrumFile, FileAndMemoryGiveTheSameSpectrum) {
-  nytest::TempDir dir;
-  BurstTrain t = MakeBurstTrain(22050, 2, Burst::Tone, 5);
-  WriteWav(dir.Native("s.wav"), t, SF_FORMAT_FLOAT);
-  FFTHelper fft(2048, FFTHelper::Hann);
-  std::vector<float> fromFile, fromMemory;
-  unsigned int rate = 0;
-  ASSERT_TRUE(fft.GetSpectrum(lu::Path(dir.Wide("s.wav")), fromFile, rate, nullptr));
-  ASSERT_TRUE(fft.GetSpectrum(t.samples.data(), 2, t.Frames(), fromMemory, nullptr));
-  EXPECT_EQ(rate, 22050u);
-  EXPECT_EQ(fromFile, fromMemory);
-  // The tone of the bursts is the strongest bin: 660 Hz.
-  EXPECT_NEAR(FFTHelper::FindMaximumFrequency(fromFile, rate, -1.0), 660.0, 22050.0 / 2048);
-}

@@ -33,25 +33,6 @@ TEST(OnsetSensitivity, WeakBurstsDropOutBeforeStrongOnes) {
   EXPECT_LE(top.size(), strong.size());
 }
 
-TEST(OnsetSensitivity, CutRules) {
-  BurstTrain t = MakeBurstTrain(48000, 1, Burst::Tone, 4, {1.0f, 0.4f});
-  NyOnsetDetector d;
-  EXPECT_TRUE(Markers(d, 1.0f).empty());  // a new detector has no onsets
-  d.SetSource(t.samples.data(), 1, t.Frames(), 48000);
-  const std::vector<double> all = Markers(d, 1.0f);
-  ASSERT_EQ(all.size(), 4u);
-  EXPECT_TRUE(Markers(d, 0.0f).empty());
-  EXPECT_EQ(Markers(d, 2.0f), all);
-  EXPECT_EQ(Markers(d, std::numeric_limits<float>::quiet_NaN()), all);
-  EXPECT_TRUE(Markers(d, -1.0f).empty());  // strengths differ, so the cut exceeds their range
-
-  // One onset: low equals high, so any non-zero sensitivity, even -1, returns it.
-  BurstTrain one = MakeBurstTrain(48000, 1, Burst::Tone, 1);
-  d.SetSource(one.samples.data(), 1, one.Frames(), 48000);
-  ASSERT_EQ(Markers(d, 1.0f).size(), 1u);
-  EXPECT_EQ(Markers(d, -1.0f).size(), 1u);
-}
-
 TEST(OnsetLifecycle, UnusableSourcesKeepThePreviousOnsets) {
   BurstTrain t = MakeBurstTrain(48000, 2, Burst::Noise, 3);
   NyOnsetDetector d;
@@ -130,17 +111,6 @@ class CountingSource : public detail::IFrameSource {
  private:
   detail::MemoryFrameSource m_inner;
 };
-
-TEST(OnsetForms, StreamReadsOnceThroughABoundedBuffer) {
-  BurstTrain t = MakeBurstTrain(48000, 2, Burst::Tone, 20);
-  CountingSource source(t.samples.data(), 2, t.Frames());
-  std::vector<float> f;
-  detail::StreamDetectionFunction(source, 2, t.Frames(), 48000, f);
-  EXPECT_EQ(source.seeks, 2);
-  EXPECT_LE(source.largest, 32768u);
-  EXPECT_LE(source.delivered, uint64_t{t.Frames()} + 480 + 2048);
-  EXPECT_GE(source.delivered, uint64_t{t.Frames()});
-}
 
 // Peak picking on hand-made detection functions (rate 1000, hop 10: 100 windows a second).
 struct PickCase {

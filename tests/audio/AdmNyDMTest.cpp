@@ -11,25 +11,6 @@ using nybase::audio::detail::HalfToDouble;
 
 namespace {
 
-// Track UIDs 1..tracks, then one object per entry of objects with those track numbers as
-// references (0 stands for a UID that is not there).
-std::string TargetsDoc(unsigned int tracks, const std::vector<std::vector<unsigned int>>& objects) {
-  std::string doc;
-  for (unsigned int t = 1; t <= tracks; ++t) doc += "<audioTrackUID UID=\"" + TrackUID(t) + "\"/>";
-  for (const auto& refs : objects) {
-    doc += "<audioObject audioObjectID=\"AO\" audioObjectName=\"o\">";
-    for (unsigned int t : refs) doc += El("audioTrackUIDRef", t ? TrackUID(t) : "ATU_x");
-    doc += "</audioObject>";
-  }
-  return WrapAxml(doc);
-}
-
-std::vector<unsigned int> Range(unsigned int first, unsigned int count) {
-  std::vector<unsigned int> out;
-  for (unsigned int i = 0; i < count; ++i) out.push_back(first + i);
-  return out;
-}
-
 // One object on pack AP_1 (of the given type label) on channel format AC_1 with these blocks.
 std::string PositionsDoc(const std::string& blocks, const char* packType = "0003") {
   return WrapAxml(std::string("<audioObject audioObjectID=\"AO_1\" audioObjectName=\"Obj\">") +
@@ -62,33 +43,6 @@ Flat Flatten(const std::string& doc) {
 }
 
 }  // namespace
-
-TEST(AdmTargets, MultichannelObjectsGoToAscendingSpeakerOrderWithLfeLast) {
-  const struct {
-    unsigned int tracks;
-    std::vector<std::vector<unsigned int>> objects;
-    unsigned char channels;
-    std::vector<unsigned char> targets;
-  } cases[] = {
-      {6, {Range(1, 6)}, 6, {0, 1, 2, 5, 3, 4}},                     // 5.1
-      {8, {Range(1, 8)}, 8, {0, 1, 2, 7, 5, 6, 3, 4}},               // 7.1
-      {10, {Range(1, 10)}, 10, {0, 1, 2, 9, 5, 6, 3, 4, 7, 8}},      // 7.1.2
-      {11, {Range(1, 11)}, 11, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10}},  // no layout for 11
-      {8, {Range(1, 2), Range(3, 6)}, 8, {0, 1, 2, 3, 4, 7, 5, 6}},  // the base is the first track
-      {6, {{6, 5, 4, 3, 2, 1}}, 6, {0, 1, 2, 5, 3, 4}},              // references in any order
-      {6, {Range(1, 6)}, 4, {0, 1, 2, 5}},  // tracks beyond the channels are left out
-      // Unknown references count as the number of UIDs: the base is 1 here.
-      {1, {{0, 0, 0, 0, 0, 0}}, 8, {0, 1, 2, 3, 6, 4, 5, 7}},
-      {4, {{0, 0}}, 2, {0, 1}},
-  };
-  for (size_t i = 0; i < std::size(cases); ++i) {
-    NyADM adm;
-    ASSERT_TRUE(adm.FromAXML(TargetsDoc(cases[i].tracks, cases[i].objects).c_str())) << i;
-    std::vector<unsigned char> targets(3, 99);
-    adm.GetChannelTargets(targets, cases[i].channels);
-    EXPECT_EQ(targets, cases[i].targets) << "case " << i;
-  }
-}
 
 TEST(AdmNyDM, PolarPositionsBecomeCartesianXZY) {
   // Front is +Y, left (positive azimuth) is -X, up is +Z; stored X, Z, Y in binary16.

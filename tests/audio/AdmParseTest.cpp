@@ -158,27 +158,6 @@ TEST(AdmAxml, UnknownElementsAreSkippedWholeAndDocumentsAccumulate) {
   EXPECT_EQ(adm.GetObjects().size(), 2u);
 }
 
-TEST(AdmChna, RecordsMeetTrackUIDsByTheirRunOnText) {
-  // chna first: its 12-character UIDs are completed by the XML.
-  NyADM chnaFirst;
-  AddChna(chnaFirst, BedChnaRows(6));
-  ASSERT_TRUE(chnaFirst.FromAXML(WrapAxml(BedElements()).c_str()));
-  ASSERT_EQ(chnaFirst.GetTrackUIDs().size(), 6u);
-  EXPECT_EQ(chnaFirst.GetTrackUIDs()[5].trackIndex, 6u);
-  EXPECT_EQ(chnaFirst.GetTrackUIDs()[5].sampleRate, 48000u);
-  // chna after: the record's UID runs on into its track format and matches no XML entry.
-  NyADM chnaAfter;
-  ASSERT_TRUE(chnaAfter.FromAXML(WrapAxml(BedElements()).c_str()));
-  AddChna(chnaAfter, BedChnaRows(6));
-  ASSERT_EQ(chnaAfter.GetTrackUIDs().size(), 12u);
-  EXPECT_EQ(chnaAfter.GetTrackUIDs()[2].trackIndex, 0u);
-  const NyADM::TrackUID& added = chnaAfter.GetTrackUIDs()[8];
-  EXPECT_EQ(added.UID + added.audioTrackFormatIDRef + added.audioPackFormatIDRef,
-            "ATU_00000003AT_00010003_01AP_00010003");
-  EXPECT_EQ(added.trackIndex, 3u);
-  EXPECT_EQ(chnaAfter.FindTrackUID("ATU_00000003"), 2u);  // the first entry of a UID is found
-}
-
 TEST(AdmChna, ShortAndOverlongFields) {
   NyADM adm;
   ASSERT_TRUE(adm.FromAXML(WrapAxml("<audioTrackUID UID=\"ATU_00000001\"/><audioTrackUID UID=\"ATU_5\"/>").c_str()));

@@ -25,20 +25,6 @@ TEST(AdmTime, TextToMilliseconds) {
   for (const auto& c : cases) EXPECT_EQ(AdmTimeToMilliseconds(c.text), c.ms) << c.text;
 }
 
-TEST(AdmFormatType, LabelOfFourCharactersBeatsDefinition) {
-  const struct {
-    const char* label;
-    const char* definition;
-    unsigned int type;
-  } cases[] = {
-      {"0005", "Objects", 5}, {"003", "Matrix", 2}, {"", "DirectSpeakers", 1}, {"", "Objects", 3},
-      {"", "HOA", 4},         {"", "Binaural", 5},  {"", "objects", 0},        {"000A", "", 'A' - '0'},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(AdmFormatType(c.label, c.definition), c.type) << c.label << "/" << c.definition;
-  }
-}
-
 TEST(Half, EncodingRoundsToNearestEven) {
   const struct {
     double value;

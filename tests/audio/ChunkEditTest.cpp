@@ -26,32 +26,6 @@ Bytes CueRecord(uint32_t id, uint32_t position, uint32_t chunkStart, uint32_t sa
   return out;
 }
 
-std::vector<uint32_t> Positions(const NyCueChunk& chunk) {
-  std::vector<WAV_CUE> cues;
-  chunk.GetCuesVector(cues);
-  std::vector<uint32_t> out;
-  for (const WAV_CUE& c : cues) out.push_back(c.dwPosition);
-  return out;
-}
-
-TEST(ChunkCue, TrimKeepsTheClosedRangeAndReportsTheRest) {
-  NyCueChunk chunk;
-  for (uint32_t position : {9u, 10u, 15u, 20u, 21u}) chunk.AddCue(position);
-  ASSERT_EQ(chunk.GetChunkSize(), 4u + 5 * 24);
-  std::vector<unsigned int> removed;
-  chunk.TrimCues(10, 10, [&](unsigned int id) { removed.push_back(id); });
-  EXPECT_EQ(removed, (std::vector<unsigned int>{1, 5}));
-  EXPECT_EQ(Positions(chunk), (std::vector<uint32_t>{0, 5, 10}));
-  EXPECT_EQ(chunk.GetChunkSize(), 4u + 3 * 24);
-  std::vector<WAV_CUE> cues;
-  chunk.GetCuesVector(cues);
-  EXPECT_EQ(cues[0].dwSampleOffset, 10u);  // the sample offset is not moved
-
-  // Nothing to remove: an empty function is never called; something to remove: it throws.
-  chunk.TrimCues(0, 100, {});
-  EXPECT_THROW(chunk.TrimCues(1, 100, {}), std::bad_function_call);
-}
-
 TEST(ChunkCue, AddSortAndIdentifiers) {
   TempDir dir;
   // Eight bytes beyond the two records: the stated size is kept and written back.
@@ -82,62 +56,6 @@ TEST(ChunkCue, AddSortAndIdentifiers) {
   const Bytes written = ReadFileBytes(dir.Native("out.bin"));
   ASSERT_EQ(written.size(), 8u + 4 + 4 * 24 + 8);
   EXPECT_EQ(Bytes(written.end() - 8, written.end()), Bytes(8, 0));
-}
-
-TEST(ChunkCue, RescaleRoundsHalfAwayAndLimitsToTheFrameCount) {
-  struct Case {
-    uint32_t position;
-    double ratio;
-    uint32_t frameCount, expected;
-  };
-  const Case cases[] = {
-      {3, 0.5, 100, 2},         {1, 0.5, 100, 1},   {5, 0.5, 100, 3},           {100, 1.0, 100, 99},
-      {7, 1.0, 0, 0xFFFFFFFFu}, {10, -1.0, 100, 99}, {0xFFFFFFFFu, 1e30, 50, 49},
-  };
-  TempDir dir;
-  for (const Case& c : cases) {
-    const Bytes file = Riff(Concat({Chunk("fmt ", k_fmtStereo16), Chunk("cue ", Concat({Bytes{1, 0, 0, 0},
-                                                                                          CueRecord(1, c.position, 9, 0)})),
-                                    Chunk("data", Bytes(40))}));
-    lu::File f = OpenInPlace(Store(dir, "rescale.wav", file));
-    NyRiffChunk riff;
-    NyCueChunk cue;
-    ASSERT_TRUE(riff.Init(f, nullptr));
-    ASSERT_TRUE(cue.Init(f, &riff));
-    EXPECT_EQ(cue.UpdateCueInfo(c.ratio, c.frameCount, false), NyFormatChunkBase::ErrorCode_Success);
-    std::vector<WAV_CUE> cues;
-    cue.GetCuesVector(cues);
-    EXPECT_EQ(cues[0].dwPosition, c.expected) << c.position << " x " << c.ratio;
-    EXPECT_EQ(cues[0].dwSampleOffset, c.expected);
-  }
-}
-
-// Junk written at every offset modulo 16: the next chunk's payload lands on a multiple of 16.
-TEST(ChunkJunk, SizesAlignTheNextPayload) {
-  TempDir dir;
-  for (unsigned offset = 0; offset < 48; ++offset) {
-    lu::File out = CreateOutput(dir, "junk.bin");
-    const Bytes lead(offset + 1, 0xAA);
-    ASSERT_TRUE(out.WriteExact(lead.data(), offset));
-    NyJunkChunk junk(16);
-    ASSERT_TRUE(junk.Init(out, nullptr));
-    out.SetFilePointer(offset, lu::FilePointerBegin);  // the scan moved the shared position
-    ASSERT_EQ(junk.WriteToFile(out, false), NyFormatChunkBase::ErrorCode_Success);
-    const int64_t end = out.SetFilePointer(0, lu::FilePointerCurrent);
-    EXPECT_EQ((end + 8) % 16, 0) << offset;
-    const int64_t written = end - offset;
-    if (offset % 16 == 8) {
-      EXPECT_EQ(written, 0) << "no chunk needed at " << offset;
-      continue;
-    }
-    out.Flush();
-    const Bytes bytes = ReadFileBytes(dir.Native("junk.bin"));
-    ASSERT_EQ(bytes.size(), size_t(end));
-    EXPECT_EQ(std::string(bytes.begin() + offset, bytes.begin() + offset + 4), "junk");
-    EXPECT_EQ(GetU32(bytes, offset + 4), uint32_t(written - 8));
-    EXPECT_LE(written - 8, 15);
-    for (int64_t i = offset + 8; i < end; ++i) EXPECT_EQ(bytes[size_t(i)], 0);
-  }
 }
 
 TEST(ChunkList, FindsTheAdtlListAndWritesItBackUnchanged) {
@@ -209,24 +127,6 @@ TEST(ChunkSmpl, FirstLoopOnlyAndAbsentLoops) {
     smpl.GetLoopPosition(start, end);
     EXPECT_EQ(start, c.valid ? c.start : 111u) << c.name;
     EXPECT_EQ(end, c.valid ? c.end : 222u) << c.name;
-  }
-}
-
-TEST(ChunkHash, AcceptsOneToSixteenBytes) {
-  TempDir dir;
-  for (size_t size : {0u, 1u, 5u, 16u, 17u}) {
-    Bytes payload(size);
-    for (size_t i = 0; i < size; ++i) payload[i] = uint8_t(0xC0 + i);
-    Store(dir, "hash.wav", Riff(Concat({Chunk("fmt ", k_fmtStereo16), Chunk("hash", payload), Chunk("data", Bytes(8))})));
-    NyWavFile wav;
-    ASSERT_TRUE(wav.Open(lu::Path(dir.Wide("hash.wav")), false)) << size;
-    const bool fits = size >= 1 && size <= 16;
-    lu::File out = CreateOutput(dir, "out.bin");
-    EXPECT_EQ(wav.WriteHashChunk(out, false), fits) << size;
-    out.Flush();
-    if (fits) {
-      EXPECT_EQ(ReadFileBytes(dir.Native("out.bin")), Concat({Header("hash", uint32_t(size)), payload}));
-    }
   }
 }
 

@@ -71,15 +71,6 @@ TEST(MediaFile, RoundTripsAtTheAlignment) {
   }
 }
 
-TEST(MediaFile, SwapTurnsOnlyTheChunkSizes) {
-  TempDir dir;
-  const auto f = Wrap(dir, Payload(9), 2, 128, true, true);
-  EXPECT_EQ(GetU32BE(f, 12), 16u);          // "hash"
-  EXPECT_EQ(GetU32BE(f, 36), 80u);          // "junk"
-  EXPECT_EQ(GetU32(f, 4), f.size() - 8);    // the patched sizes stay little-endian
-  EXPECT_EQ(GetU32(f, 124), 9u);
-}
-
 TEST(MediaFile, BareFilesAndRefusals) {
   TempDir dir;
   const auto valid = Wrap(dir, Payload(40), 1, 16, true);

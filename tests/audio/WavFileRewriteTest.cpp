@@ -304,29 +304,3 @@ TEST(WavFileRewrite, RifxRoundTrip) {
 }
 
 }  // namespace
-
-TEST(WavFileRewrite, DataCopyIsTheSameInTheKernelAndThroughMemory) {
-  TempDir dir;
-  Bytes samples(2 * 1024 * 1024 + 5000);  // more than one kernel span, not whole blocks
-  for (size_t i = 0; i < samples.size(); ++i) samples[i] = uint8_t(i * 7 + i / 4099);
-  Store(dir, "src.wav", Riff(Concat({Chunk("fmt ", FmtPayload(1, 2, 8000, 16)), Chunk("data", samples)})));
-  NyWavFile wav;
-  ASSERT_TRUE(wav.Open(lu::Path(dir.Wide("src.wav")), false));
-  std::vector<int64_t> steps;
-  for (int64_t at = 0; at < int64_t(samples.size()); at += 16384) steps.push_back(at);
-  steps.push_back(int64_t(samples.size()));
-
-  // A target opened to append is one the kernel refuses, so its copy goes through memory.
-  for (const NyOpenMode mode : {NyOpenModeWriteOverwrite, NyOpenModeReadWrite}) {
-    SCOPED_TRACE(mode);
-    const std::wstring name = dir.Wide("out" + std::to_string(int(mode)));
-    lu::File out;
-    ASSERT_EQ(out.Open(lu::Path(name), mode, 0), NYRESULT_SUCCESS);
-    RecordingProgress progress;
-    ASSERT_EQ(wav.GetDataChunk().WriteToFile(out, false, &progress), NyFormatChunkBase::ErrorCode_Success);
-    ASSERT_EQ(out.Close(), NYRESULT_SUCCESS);
-    EXPECT_EQ(progress.positions, steps);
-    const Bytes result = ReadFileBytes(dir.Native("out" + std::to_string(int(mode))));
-    EXPECT_TRUE(DataBytes(Riff(result)) == samples);
-  }
-}

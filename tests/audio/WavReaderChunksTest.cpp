@@ -34,19 +34,6 @@ class WavChunks : public ::testing::Test {
 
 // --- Opening ------------------------------------------------------------------------------------
 
-TEST_F(WavChunks, HeaderAcceptsOnlyTheThreeMagicsWithWave) {
-  const Bytes body = Concat({k_fmtStereo16, Chunk("data", Bytes(4))});
-  const std::pair<Bytes, bool> cases[] = {
-      {Riff(body, "RIFF"), true},  {Riff(body, "RF64"), true},  {Riff(body, "BW64"), true},
-      {Riff(body, "RIFX"), false}, {Riff(body, "riff"), false},
-      {Bytes{'R', 'I', 'F', 'F', 8, 0, 0, 0, 'A', 'V', 'I', ' '}, false},
-      {Bytes{'R', 'I', 'F', 'F', 4, 0, 0, 0, 'W', 'A', 'V'}, false},
-  };
-  for (size_t i = 0; i < std::size(cases); ++i) {
-    EXPECT_EQ(NyWavFileReader().Open(Write(cases[i].first)), cases[i].second) << "case " << i;
-  }
-}
-
 TEST_F(WavChunks, FactoryChoosesByExtensionAndNeverOpensOtherFiles) {
   const Bytes file = Riff(Concat({k_fmtStereo16, Chunk("data", Bytes(4))}));
   for (const char* ext : {".WAV", ".Amb", ".vLE"}) {
@@ -67,65 +54,7 @@ TEST_F(WavChunks, FactoryChoosesByExtensionAndNeverOpensOtherFiles) {
   EXPECT_EQ(NyAudioFileReader::Create(Write(Bytes(12, 0))), nullptr);
 }
 
-TEST_F(WavChunks, OpenOnAnOpenFileWorksOnAViewFromOffsetZero) {
-  const lu::Path path = Write(Riff(Concat({k_fmtStereo16, Chunk("data", Bytes(8))})));
-  lu::File file;
-  ASSERT_EQ(file.Open(path, lu::NyOpenModeRead, 0), NYRESULT_SUCCESS);
-  file.SetFilePointer(5, lu::FilePointerBegin);
-  {
-    std::unique_ptr<NyAudioFileReader> reader(NyAudioFileReader::Create(path, file));
-    ASSERT_NE(reader, nullptr);
-    EXPECT_TRUE(reader->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
-    EXPECT_EQ(reader->GetNumFrames(), 2u);
-  }
-  // The reader's end leaves the owner's stream open.
-  EXPECT_TRUE(file.IsOpen());
-  EXPECT_EQ(file.SetFilePointer(0, lu::FilePointerBegin), 0);
-  EXPECT_FALSE(NyWavFileReader().Open(lu::File()));
-}
-
 // --- The walk -----------------------------------------------------------------------------------
-
-TEST_F(WavChunks, SizeFieldBoundsTheWalk) {
-  const Bytes body = Concat({k_fmtStereo16, Chunk("data", Bytes(4)), Chunk("cue ", CuePayload({{1, 7}}))});
-  // Size 0: end offset 8, nothing is walked.
-  EXPECT_FALSE(Open(Riff(body, "RIFF", 0))->ReadChunks(ChunkFlag_Fmt));
-  // A size that ends where the cue header begins: that header is still read (the test uses a
-  // logical offset 8 short of the real one), nothing after it.
-  const uint32_t cueStart = 12 + uint32_t(k_fmtStereo16.size()) + 12;
-  auto cut = Open(Riff(Concat({body, Chunk("smpl", SmplPayload(1, 2))}), "RIFF", cueStart - 8));
-  EXPECT_TRUE(cut->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Cue | ChunkFlag_Smpl));
-  EXPECT_EQ(cut->ChunksRead(), unsigned(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Cue));
-}
-
-TEST_F(WavChunks, FlagsSayWhenToStopAndOnlyFmtAndDataCanFail) {
-  const Bytes file = Riff(Concat({k_fmtStereo16, Chunk("data", Bytes(8)),
-                                  Chunk("cue ", CuePayload({{1, 7}})), Chunk("smpl", SmplPayload(3, 9))}));
-  auto one = Open(file);
-  EXPECT_TRUE(one->ReadChunks(0));  // exactly one chunk
-  EXPECT_EQ(one->ChunksRead(), unsigned(ChunkFlag_Fmt));
-  EXPECT_TRUE(one->ReadChunks(0));  // the next call goes on from there
-  EXPECT_EQ(one->ChunksRead(), unsigned(ChunkFlag_Fmt | ChunkFlag_Data));
-
-  auto all = Open(file);
-  EXPECT_TRUE(all->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Cue | ChunkFlag_Hash));
-  EXPECT_EQ(all->GetNumMarkers(), 1u);
-  EXPECT_EQ(all->GetLoopStartFrame(), 3u);  // parsed on the way though not asked for
-
-  EXPECT_FALSE(Open(Riff(k_fmtStereo16))->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
-  EXPECT_FALSE(Open(Riff(Chunk("data", Bytes(4))))->ReadChunks(ChunkFlag_Data | ChunkFlag_Fmt));
-  EXPECT_TRUE(Open(Riff(k_fmtStereo16))->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Cue));
-}
-
-TEST_F(WavChunks, OddSizesWithAndWithoutPad) {
-  for (bool pad : {true, false}) {
-    const Bytes first = Chunk("junq", Bytes{1, 2, 3}, pad);
-    auto reader = Open(Riff(Concat({first, k_fmtStereo16, Chunk("data", Bytes(4))})));
-    EXPECT_TRUE(reader->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
-    EXPECT_EQ(reader->GetFormat().nChannels, 2);
-    EXPECT_EQ(reader->GetDataOffset(), 12u + first.size() + k_fmtStereo16.size() + 8);
-  }
-}
 
 TEST_F(WavChunks, LaterDataChunkWinsAndTruncatedDataIsCut) {
   auto two = Open(Riff(Concat({k_fmtStereo16, Chunk("data", Bytes(8)), Chunk("data", Bytes(12))})));
@@ -137,27 +66,6 @@ TEST_F(WavChunks, LaterDataChunkWinsAndTruncatedDataIsCut) {
   EXPECT_TRUE(cut->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
   EXPECT_EQ(cut->GetDataSize(), 10u);
   EXPECT_EQ(cut->GetNumFrames(), 2u);
-}
-
-TEST_F(WavChunks, OptionalChunksReachTheSubclass) {
-  struct Reader : NyWavFileReader {
-    std::vector<uint32_t> seen;
-    bool ReadOptionalChunk(const RIFFHEADER& header, unsigned int& flags) override {
-      seen.push_back(header.ckSize);
-      if (header.ckID == NyFourCC("stop")) return false;
-      flags |= 0x1000;
-      uint8_t byte;
-      for (uint32_t i = 0; i < header.ckSize; ++i) m_file.Read(&byte, 1);
-      return true;
-    }
-  };
-  Reader reader;
-  ASSERT_TRUE(reader.Open(Write(Riff(Concat({Chunk("abcd", Bytes(5)), k_fmtStereo16,
-                                             Chunk("data", Bytes(4)), Chunk("stop", Bytes(2))})))));
-  EXPECT_TRUE(reader.ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
-  EXPECT_EQ(reader.ChunksRead(), unsigned(ChunkFlag_Fmt | ChunkFlag_Data | 0x1000));
-  EXPECT_FALSE(reader.ReadChunks(ChunkFlag_Cue));  // "stop" aborts the walk
-  EXPECT_EQ(reader.seen, (std::vector<uint32_t>{5, 2}));
 }
 
 TEST_F(WavChunks, SelectingModeSkipsUnselectedChunksWithItsTwoExceptions) {
@@ -295,22 +203,6 @@ TEST_F(WavChunks, BrokenMarkerChunksFailTheWalk) {
   }
 }
 
-TEST_F(WavChunks, FirstSamplerLoopAndItsShortForms) {
-  auto reader = Open(Riff(Concat({k_fmtStereo16, Chunk("data", Bytes(4)), Chunk("smpl", SmplPayload(480, 960, 2))})));
-  ASSERT_TRUE(reader->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Smpl));
-  EXPECT_EQ(reader->GetLoopStartFrame(), 480u);
-  EXPECT_EQ(reader->GetLoopEndFrame(), 960u);
-  EXPECT_DOUBLE_EQ(reader->GetLoopEnd(), 0.02);
-
-  // Shorter than one loop: flagged, loop points untouched, and the walk goes on correctly.
-  auto shortOne = Open(Riff(Concat({Chunk("smpl", Bytes(40)), k_fmtStereo16, Chunk("data", Bytes(4))})));
-  EXPECT_TRUE(shortOne->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Smpl));
-  EXPECT_EQ(shortOne->ChunksRead() & ChunkFlag_Smpl, unsigned(ChunkFlag_Smpl));
-  EXPECT_EQ(shortOne->GetLoopEndFrame(), 0u);
-  auto cut = Open(Riff(Concat({k_fmtStereo16, Chunk("data", Bytes(4)), Header("smpl", 60), Bytes(30)})));
-  EXPECT_FALSE(cut->ReadChunks(ChunkFlag_Smpl | ChunkFlag_Fmt));
-}
-
 TEST_F(WavChunks, HashIsExactlySixteenBytes) {
   Bytes hash(16);
   for (int i = 0; i < 16; ++i) hash[i] = uint8_t(0xA0 + i);
@@ -338,23 +230,6 @@ Bytes Ds64(uint64_t dataSize, uint32_t extra = 0) {
   PutU32(p, 0);
   p.resize(p.size() + extra, 0);
   return Chunk("ds64", p);
-}
-
-TEST_F(WavChunks, Ds64GivesTheDataSizeOnlyBesideTheMarkerSize) {
-  const Bytes payload(40, 1);
-  auto rf64 = Open(Riff(Concat({Ds64(24, 8), k_fmtStereo16, Header("data", 0xFFFFFFFF), payload}),
-                        "RF64", 0xFFFFFFFF));
-  ASSERT_TRUE(rf64->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
-  EXPECT_EQ(rf64->GetDataSize(), 24u);
-  EXPECT_EQ(rf64->GetNumFrames(), 6u);
-
-  auto ignored = Open(Riff(Concat({Ds64(24), k_fmtStereo16, Chunk("data", payload)}), "BW64"));
-  ASSERT_TRUE(ignored->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
-  EXPECT_EQ(ignored->GetDataSize(), 40u);
-
-  EXPECT_FALSE(Open(Riff(Concat({k_fmtStereo16, Chunk("data", payload), Ds64(24)}), "RF64"))
-                   ->ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data | ChunkFlag_Cue));
-  EXPECT_FALSE(Open(Riff(Concat({Header("ds64", 28), Bytes(10)}), "RF64"))->ReadChunks(ChunkFlag_Fmt));
 }
 
 TEST_F(WavChunks, SparseRf64BeyondFourGiBHasSixtyFourBitOffsets) {
@@ -392,30 +267,6 @@ TEST_F(WavChunks, SparseRf64BeyondFourGiBHasSixtyFourBitOffsets) {
   EXPECT_EQ(wav->ReadPCMDataAsFloat32(4, frame), 1u);
   EXPECT_EQ(frame[0], -1.0f);
   EXPECT_EQ(frame[1], 8388607.0f / 8388608.0f);
-}
-
-// Past 4 Gi frames the frames available are truncated to 32 bits before the request is met, so a
-// read never delivers more than GetNumFrames says there are.
-TEST_F(WavChunks, ReadsOfOverFourGiFramesDeliverTheTruncatedCount) {
-  const uint64_t dataSize = 2 * ((1ull << 32) + 10);  // 16-bit mono
-  const Bytes head = Riff(Concat({Ds64(dataSize), Chunk("fmt ", FmtPayload(1, 1, 48000, 16)),
-                                  Header("data", 0xFFFFFFFF)}),
-                          "RF64", 0xFFFFFFFF);
-  const std::string native = m_dir.Native("huge.wav");
-  WriteFileBytes(native, head);
-  ASSERT_EQ(::truncate(native.c_str(), off_t(head.size() + dataSize)), 0);
-  NyWavFileReader reader;
-  ASSERT_TRUE(reader.Open(lu::Path(m_dir.Wide("huge.wav"))));
-  ASSERT_TRUE(reader.ReadChunks(ChunkFlag_Fmt | ChunkFlag_Data));
-  EXPECT_EQ(reader.GetNumFrames(), 10u);
-  float f[64];
-  short s[64];
-  for (unsigned seek : {0u, 4u}) {
-    ASSERT_TRUE(reader.SeekToAudioFrame(seek));
-    EXPECT_EQ(reader.ReadPCMDataAsFloat32(64, f), 10u - seek);
-    ASSERT_TRUE(reader.SeekToAudioFrame(seek));
-    EXPECT_EQ(reader.ReadPCMDataAsInt16(64, s), 10u - seek);
-  }
 }
 
 // --- Lifecycle ----------------------------------------------------------------------------------

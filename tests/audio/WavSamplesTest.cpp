@@ -116,21 +116,6 @@ TEST_F(WavSamples, Int16NarrowingTruncatesClampsAndMapsNanHigh) {
   }
 }
 
-TEST_F(WavSamples, EightBitSamplesAreNotConvertedToFloatAndCopiedRawToInt16) {
-  auto reader = OpenBytes(PcmFile(FmtPayload(1, 2, 8000, 8), Bytes{0x00, 0x80, 0xFF, 0x7F}));
-  float out[4] = {9, 9, 9, 9};
-  EXPECT_EQ(reader->ReadPCMDataAsFloat32(4, out), 2u);  // counted as read, nothing written
-  for (float f : out) EXPECT_EQ(f, 9.0f);
-  EXPECT_EQ(reader->GetCurrentDataPos(), 4u);
-  ASSERT_TRUE(reader->SeekToAudioFrame(0));
-  short raw[4] = {0x5555, 0x5555, 0x5555, 0x5555};
-  EXPECT_EQ(reader->ReadPCMDataAsInt16(2, raw), 2u);
-  uint8_t bytes[4];
-  std::memcpy(bytes, raw, 4);
-  EXPECT_EQ(Bytes(bytes, bytes + 4), (Bytes{0x00, 0x80, 0xFF, 0x7F}));
-  EXPECT_EQ(raw[2], 0x5555);
-}
-
 // A file whose channel c holds (c + 1) * 1000 + f in frame f.
 Bytes MarkedChannels(const Bytes& fmtPayload, unsigned channels, unsigned frames, const Bytes& tail = {}) {
   Bytes data;
@@ -140,28 +125,6 @@ Bytes MarkedChannels(const Bytes& fmtPayload, unsigned channels, unsigned frames
   return PcmFile(fmtPayload, data, tail);
 }
 float Marked(unsigned channel, unsigned frame = 0) { return ((channel + 1) * 1000 + frame) / 32768.0f; }
-
-TEST_F(WavSamples, SeeksReadTheRightFramesAndStopAtTheEnd) {
-  auto reader = OpenBytes(MarkedChannels(FmtPayload(1, 2, 8000, 16), 2, 100, Chunk("cue ", CuePayload({{1, 1}}))));
-  float out[8];
-  struct Step {
-    unsigned seek, request, delivered;
-  } steps[] = {{37, 2, 2}, {99, 4, 1}, {100, 1, 0}, {5000, 3, 0}};
-  for (const Step& s : steps) {
-    std::fill(std::begin(out), std::end(out), -7.0f);
-    ASSERT_TRUE(reader->SeekToAudioFrame(s.seek));
-    EXPECT_EQ(reader->ReadPCMDataAsFloat32(s.request, out), s.delivered) << s.seek;
-    EXPECT_EQ(out[0], s.delivered ? Marked(0, s.seek) : -7.0f) << s.seek;
-    EXPECT_EQ(out[1], s.delivered ? Marked(1, s.seek) : -7.0f) << s.seek;
-  }
-  // Reads go on sequentially; the cursor moves by the bytes read.
-  ASSERT_TRUE(reader->SeekToAudioFrame(10));
-  EXPECT_EQ(reader->ReadPCMDataAsFloat32(3, out), 3u);
-  EXPECT_EQ(reader->GetCurrentDataPos(), 13u * 4);
-  short s16[2];
-  EXPECT_EQ(reader->ReadPCMDataAsInt16(1, s16), 1u);
-  EXPECT_EQ(s16[0], 1013);
-}
 
 // --- Channel routes -----------------------------------------------------------------------------
 
@@ -213,14 +176,6 @@ TEST_F(WavSamples, SecondOrderFurseMalhamGoesToAcnPlanar) {
   ASSERT_EQ(foa->GetChannelOrdering(), NY::ChannelOrdering_FuMa);
   ASSERT_EQ(foa->ReadPCMDataAsFloat32(1, planes.data()), 1u);
   for (unsigned d = 0; d < 4; ++d) EXPECT_EQ(planes[d], Marked(d)) << d;
-}
-
-TEST_F(WavSamples, ZeroChannelConfigurationWritesNothingButMovesTheCursor) {
-  auto reader = OpenBytes(MarkedChannels(FmtPayload(1, 2, 48000, 16), 2, 4));
-  float out[4] = {3, 3, 3, 3};
-  EXPECT_EQ(reader->ReadPCMDataAsFloat32(2, NyChannelConfig(0u), NY::ChannelOrdering_Native, out, true), 2u);
-  EXPECT_EQ(out[0], 3.0f);
-  EXPECT_EQ(reader->GetCurrentDataPos(), 8u);
 }
 
 // --- Deciphering --------------------------------------------------------------------------------

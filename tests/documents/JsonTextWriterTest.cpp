@@ -81,15 +81,4 @@ TEST(JsonTextWriter, EscapingEncodingAndGuids) {
                     " \"#text\": \"{00000000-0000-0000-0000-000000000000}\"\n}");
 }
 
-TEST(JsonTextWriter, AppendAndCreateWriter) {
-  JsonTextWriter w;
-  auto frag = w.CreateWriter(VPropertyEnums::LineEndingLF);
-  writertest::Run(*frag, "<b|'2|>");
-  writertest::Run(w, "D|<a|'1|>");
-  EXPECT_TRUE(w.Append(frag.get()));
-  w.WriteEndDocument();
-  EXPECT_EQ(Out(w), "{\n \"a\": \"1\",\n \"b\": \"2\"\n}");
-  EXPECT_FALSE(w.Append(&w));
-}
-
 }  // namespace

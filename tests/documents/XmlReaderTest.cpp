@@ -113,73 +113,6 @@ TEST(XmlReaderWalk, NodesMatchLibxml2WithoutSignificantWhitespace) {
   EXPECT_GT(significant, 3);
 }
 
-TEST(XmlReaderWalk, WideNamesAndValues) {
-  XmlReader r(W16(u"<x:\u00e4 xmlns:x=\"u\" k=\"\u00fc\U0001D11E\">\U0001D11E&amp;</x:\u00e4>"), XmlReader::XmlSourceMemory);
-  ASSERT_TRUE(r.Read());
-  EXPECT_FALSE(r.IsEOF() || r.IsEmptyElement());
-  EXPECT_EQ(r.GetName(), W16(u"\u00e4"));  // local name: no prefix
-  EXPECT_EQ(r.GetAttribute(L"k"), W16(u"\u00fc\U0001D11E"));
-  ASSERT_TRUE(r.Read());
-  EXPECT_EQ(r.GetValue(), W16(u"\U0001D11E&"));
-  ASSERT_TRUE(r.Read());
-  EXPECT_EQ(r.GetNodeType(), XmlNodeType::EndElement);
-  EXPECT_EQ(r.GetValue(), L"");
-}
-
-TEST(XmlReaderNavigation, MoveToContent) {
-  {  // From the start, past declaration, comment, instruction and doctype, to the root.
-    XmlReader r(k_prologDoc, XmlReader::XmlSourceMemory);
-    EXPECT_EQ(r.MoveToContent(), XmlNodeType::Element);
-    EXPECT_STREQ(r.GetConstName(), "r");
-    // On content it does not move.
-    EXPECT_EQ(r.MoveToContent(), XmlNodeType::Element);
-    EXPECT_STREQ(r.GetConstName(), "r");
-  }
-  {  // Comments, instructions and whitespace between elements are passed over.
-    XmlReader r("<r><a/>\n <!--x--> <?p?>\n<b/></r>", XmlReader::XmlSourceMemory);
-    ASSERT_TRUE(ReadTo(r, "a"));
-    ASSERT_TRUE(r.Read());
-    EXPECT_EQ(r.GetNodeType(), XmlNodeType::Comment);
-    EXPECT_EQ(r.MoveToContent(), XmlNodeType::Element);
-    EXPECT_STREQ(r.GetConstName(), "b");
-    EXPECT_TRUE(r.IsEmptyElement());
-  }
-  {  // Running out of input gives the last type looked at.
-    XmlReader r("<r/><!--tail-->", XmlReader::XmlSourceMemory);
-    ASSERT_TRUE(r.Read());
-    ASSERT_TRUE(r.Read());
-    EXPECT_EQ(r.GetNodeType(), XmlNodeType::Comment);
-    EXPECT_EQ(r.MoveToContent(), XmlNodeType::Comment);
-    EXPECT_TRUE(r.IsEOF());
-  }
-}
-
-TEST(XmlReaderNavigation, SkipMovesBehindTheSubtree) {
-  struct Case {
-    const char* doc;
-    const char* start;
-    std::string after;
-  };
-  const Case cases[] = {
-      {"<r><a><b><a>x</a></b><c/></a><n/></r>", "a", "1:n"},
-      {"<r><a>t</a>tail</r>", "a", "3:#text"},
-      {"<r><a><a/><a></a></a></r>", "a", "15:r"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.doc);
-    XmlReader r(c.doc, XmlReader::XmlSourceMemory);
-    ASSERT_TRUE(ReadTo(r, c.start));
-    r.Skip();
-    EXPECT_EQ(Where(r), c.after);
-  }
-  {  // Skipping the root ends the input.
-    XmlReader r("<r><a>x</a></r>", XmlReader::XmlSourceMemory);
-    ASSERT_TRUE(r.Read());
-    r.Skip();
-    EXPECT_TRUE(r.IsEOF());
-  }
-}
-
 TEST(XmlReaderElementString, GathersTheTextOfOneElement) {
   struct Case {
     const char* doc;
@@ -210,20 +143,6 @@ TEST(XmlReaderElementString, GathersTheTextOfOneElement) {
     ASSERT_TRUE(ReadTo(r, "e"));
     EXPECT_EQ(r.ReadElementString(), c.text);
     EXPECT_EQ(Where(r), c.after);
-  }
-}
-
-TEST(XmlReaderElementString, StartsFromTheNextContentNode) {
-  {  // A fresh reader moves to the root first; the input ends behind it.
-    XmlReader r("<?xml version=\"1.0\"?><!--c--><e>v</e>", XmlReader::XmlSourceMemory);
-    EXPECT_EQ(r.ReadElementString(), L"v");
-    EXPECT_TRUE(r.IsEOF());
-  }
-  {  // Not on an element after MoveToContent: empty, and no move.
-    XmlReader r("<r><e/></r>", XmlReader::XmlSourceMemory);
-    ASSERT_TRUE(r.Read() && r.Read() && r.Read());
-    EXPECT_EQ(r.ReadElementString(), L"");
-    EXPECT_EQ(Where(r), "15:r");
   }
 }
 
@@ -339,22 +258,6 @@ TEST(XmlReaderMarkup, InnerAndOuterXml) {
   }
 }
 
-TEST(XmlReaderMarkup, AtTheEndOfInput) {
-  // Skip (inner, buffers) ends the input behind the root; the outer form moves on by libxml2
-  // alone and leaves the flag as it was until the next Read.
-  const bool eofAfter[4] = {true, true, true, false};
-  for (size_t op = 0; op < 4; ++op) {
-    SCOPED_TRACE(k_markupOps[op].first);
-    XmlReader r("<r>t</r>", XmlReader::XmlSourceMemory);
-    ASSERT_TRUE(r.Read());
-    EXPECT_NE(k_markupOps[op].second(r), "<null>");
-    EXPECT_EQ(r.IsEOF(), eofAfter[op]);
-    EXPECT_FALSE(r.Read());
-    // With nothing left there is no markup, and the output stays as it was.
-    EXPECT_EQ(k_markupOps[op].second(r), "<null>");
-  }
-}
-
 namespace {
 
 const char k_sourceDoc[] = "<r k=\"\xC3\xA9\"><e>\xF0\x9D\x84\x9E</e></r>";
@@ -365,44 +268,6 @@ struct SourceCase {
 };
 
 }  // namespace
-
-TEST(XmlReaderSources, EveryConstructorReadsTheSameDocument) {
-  nytest::TempDir dir;
-  const std::string fileName = "d\xC3\xB6k\xF0\x9D\x84\x9E.xml";
-  nytest::WriteFileBytes(dir.Native(fileName), std::vector<uint8_t>(k_sourceDoc, k_sourceDoc + std::strlen(k_sourceDoc)));
-  const std::vector<Node> expected = RawWalk(k_sourceDoc);
-  ASSERT_EQ(expected.size(), 5u);
-
-  int deleted = 0;
-  static int* s_deleted = nullptr;
-  s_deleted = &deleted;
-  const SourceCase cases[] = {
-      {"wide memory", [](auto&) { return std::make_unique<XmlReader>(CStdStr<wchar_t>(k_sourceDoc), XmlReader::XmlSourceMemory); }},
-      {"narrow memory", [](auto&) { return std::make_unique<XmlReader>(k_sourceDoc, XmlReader::XmlSourceMemory); }},
-      {"buffer",
-       [](auto&) {
-         char* copy = static_cast<char*>(std::malloc(sizeof(k_sourceDoc)));
-         std::memcpy(copy, k_sourceDoc, sizeof(k_sourceDoc));
-         std::unique_ptr<const char, void (*)(const char*)> buffer(copy, [](const char* p) {
-           ++*s_deleted;
-           std::free(const_cast<char*>(p));
-         });
-         return std::make_unique<XmlReader>(std::move(buffer));
-       }},
-      {"wide path, drive Z:",
-       [&](auto& d) { return std::make_unique<XmlReader>(CStdStr<wchar_t>(d.Wide(fileName)), XmlReader::XmlSourceFile); }},
-      {"lu::Path", [&](auto& d) { return std::make_unique<XmlReader>(lu::Path(CStdStr<wchar_t>(d.Wide(fileName)))); }},
-      {"narrow path",
-       [&](auto& d) { return std::make_unique<XmlReader>(d.Native(fileName).c_str(), XmlReader::XmlSourceFile); }},
-  };
-  for (const SourceCase& c : cases) {
-    SCOPED_TRACE(c.label);
-    std::unique_ptr<XmlReader> r = c.make(dir);
-    EXPECT_EQ(Walk(*r), expected);
-  }
-  // The buffer handed over is released once, with its own deleter, when its reader goes.
-  EXPECT_EQ(deleted, 1);
-}
 
 TEST(XmlReaderSources, MemoryTextEndsAtItsFirstNul) {
   CStdStr<wchar_t> text = L"<r/>";

@@ -142,89 +142,6 @@ TEST_F(XmlValidation, FileResultsAndPositionsMatchXmllint) {
   }
 }
 
-TEST_F(XmlValidation, ParsedDocuments) {
-  const std::string valid = "<library><book id=\"7\"><title/><year>2020</year></book></library>";
-  const std::string invalid = "<library><book id=\"7\"><title/></book></library>";
-  xmlDocPtr good = xmlReadMemory(valid.data(), static_cast<int>(valid.size()), "", nullptr, 0);
-  xmlDocPtr bad = xmlReadMemory(invalid.data(), static_cast<int>(invalid.size()), "", nullptr, 0);
-  ASSERT_NE(good, nullptr);
-  ASSERT_NE(bad, nullptr);
-  XmlValidationErrorInfo info = Sentinel();
-  EXPECT_TRUE(lu::ValidateXmlDoc(good, m_schema, info));
-  EXPECT_FALSE(lu::ValidateXmlDoc(bad, m_schema, info));
-  EXPECT_EQ(info.m_code, XmlValidationErrorInfo::k_documentInvalid);
-  EXPECT_NE(info.m_message.find(L"Missing child element"), std::wstring::npos) << Trimmed(info.m_message);
-  EXPECT_EQ(info.m_line, 1);
-  // No document at all: refused by libxml2, reported as invalid.
-  info = Sentinel();
-  EXPECT_FALSE(lu::ValidateXmlDoc(nullptr, m_schema, info));
-  EXPECT_EQ(info.m_code, XmlValidationErrorInfo::k_documentInvalid);
-  xmlFreeDoc(good);
-  xmlFreeDoc(bad);
-}
-
-TEST_F(XmlValidation, SchemaIsCompiledOnceAndKept) {
-  const std::string doc = "<library><book id=\"7\"><title/><year>2020</year></book></library>";
-  WriteText(m_dir.Native("doc.xml"), doc);
-  XmlValidationErrorInfo info = Sentinel();
-  ASSERT_TRUE(lu::ValidateXmlFile(m_dir.Wide("doc.xml"), m_schema, info));
-  // The cached schema stays in use when the file changes or goes.
-  WriteText(m_dir.Native("library.xsd"), "<not-a-schema/>");
-  EXPECT_TRUE(lu::ValidateXmlFile(m_dir.Wide("doc.xml"), m_schema, info));
-  std::remove(m_dir.Native("types.xsd").c_str());
-  EXPECT_TRUE(lu::ValidateXmlFile(m_dir.Wide("doc.xml"), m_schema, info));
-  EXPECT_EQ(info.m_code, 99);
-  // Another spelling of the same file is another cache entry: it loads the changed file.
-  EXPECT_FALSE(lu::ValidateXmlFile(m_dir.Wide("doc.xml"), CStdStr<wchar_t>(m_dir.Native("library.xsd")), info));
-  EXPECT_EQ(info.m_code, XmlValidationErrorInfo::k_schemaInvalid);
-}
-
-TEST_F(XmlValidation, SchemaFailuresAndTheirCodes) {
-  WriteText(m_dir.Native("doc.xml"), "<library/>");
-  const CStdStr<wchar_t> doc = m_dir.Wide("doc.xml");
-  WriteText(m_dir.Native("broken.xsd"), "<xs:schema xmlns:xs=\"http://www.w3.org/2001/XMLSchema\">\n<xs:element");
-  WriteText(m_dir.Native("nocompile.xsd"),
-            "<xs:schema xmlns:xs=\"http://www.w3.org/2001/XMLSchema\">\n\n<xs:element name=\"a\" type=\"xs:nonsense\"/>\n</xs:schema>");
-  struct Case {
-    const char* label;
-    CStdStr<wchar_t> schema;
-    int32_t first;
-    const wchar_t* messagePart;
-  };
-  const Case cases[] = {
-      {"missing", m_dir.Wide("missing.xsd"), XmlValidationErrorInfo::k_schemaUnreadable, L"failed to load"},
-      {"not well-formed", m_dir.Wide("broken.xsd"), XmlValidationErrorInfo::k_schemaUnreadable, L"Premature end of data"},
-      {"does not compile", m_dir.Wide("nocompile.xsd"), XmlValidationErrorInfo::k_schemaInvalid, L"does not resolve to a(n) type definition"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.label);
-    XmlValidationErrorInfo info = Sentinel();
-    EXPECT_FALSE(lu::ValidateXmlFile(doc, c.schema, info));
-    EXPECT_EQ(info.m_code, c.first);
-    EXPECT_NE(info.m_message.find(c.messagePart), std::wstring::npos) << Trimmed(info.m_message);
-    EXPECT_EQ(info.m_filePath, L"sentinel");
-    // A failed schema is never retried: code 3 whatever the first failure was, and the message
-    // is whatever libxml2 said last.
-    xmltest::MarkErrorStore();
-    info = Sentinel();
-    EXPECT_FALSE(lu::ValidateXmlFile(doc, c.schema, info));
-    EXPECT_EQ(info.m_code, XmlValidationErrorInfo::k_schemaInvalid);
-    EXPECT_EQ(info.m_message, L"<marker>");
-  }
-  // Not even once the file is there and good.
-  WriteText(m_dir.Native("missing.xsd"), k_schema);
-  XmlValidationErrorInfo info = Sentinel();
-  EXPECT_FALSE(lu::ValidateXmlFile(doc, m_dir.Wide("missing.xsd"), info));
-  EXPECT_EQ(info.m_code, XmlValidationErrorInfo::k_schemaInvalid);
-  // The cache is keyed by the text as given, case-sensitively: the drive letter in lower case
-  // names the same file, and loads it afresh.
-  std::wstring lower = m_dir.Wide("missing.xsd");
-  ASSERT_EQ(lower.substr(0, 2), L"Z:");
-  lower[0] = L'z';
-  WriteText(m_dir.Native("doc.xml"), "<library><book id=\"1\"><title/><year>2000</year></book></library>");
-  EXPECT_TRUE(lu::ValidateXmlFile(doc, CStdStr<wchar_t>(lower), info));
-}
-
 TEST_F(XmlValidation, MissingDocumentsAndBadPaths) {
   const CStdStr<wchar_t> paths[] = {m_dir.Wide("nothing.xml"), L"D:\\doc.xml", L"", m_dir.Wide()};
   for (const CStdStr<wchar_t>& path : paths) {
@@ -235,25 +152,4 @@ TEST_F(XmlValidation, MissingDocumentsAndBadPaths) {
     EXPECT_EQ(info.m_filePath, path);
     EXPECT_EQ(info.m_message, L"sentinel");
   }
-}
-
-// The store is shared by every libxml2 user of the process: a reader's parse error is the
-// message that a later validation failure without an error of its own reports.
-TEST_F(XmlValidation, StoreIsSharedWithTheReader) {
-  WriteText(m_dir.Native("bad.xsd"), "no schema");
-  XmlValidationErrorInfo info = Sentinel();
-  ASSERT_FALSE(lu::ValidateXmlFile(m_dir.Wide("library.xsd"), m_dir.Wide("bad.xsd"), info));
-
-  lu::XmlReader r("<a>\n<b></a>", lu::XmlReader::XmlSourceMemory);
-  while (r.Read()) {
-  }
-  xmlDocPtr doc = xmlReadMemory("<library/>", 10, "", nullptr, 0);
-  ASSERT_NE(doc, nullptr);
-  info = Sentinel();
-  EXPECT_FALSE(lu::ValidateXmlDoc(doc, m_dir.Wide("bad.xsd"), info));
-  xmlFreeDoc(doc);
-  EXPECT_EQ(info.m_code, XmlValidationErrorInfo::k_schemaInvalid);
-  EXPECT_NE(info.m_message.find(L"Opening and ending tag mismatch"), std::wstring::npos) << Trimmed(info.m_message);
-  EXPECT_EQ(info.m_line, 2);
-  EXPECT_GT(info.m_column, 0);
 }

@@ -149,28 +149,6 @@ TEST(GetChannelConfigOverridePermutations, ListsEveryOverrideOfACount) {
   }
 }
 
-// Every standard layout offered for a count names exactly that many speakers, with one LFE at
-// most, so the tables and the namers agree with each other.
-TEST(GetChannelConfigOverridePermutations, StandardLayoutsHaveTheirChannelCount) {
-  for (unsigned n = 1; n <= 14; ++n) {
-    std::vector<long long> overrides;
-    StringHelp::GetChannelConfigOverridePermutations(n, overrides);
-    int standard = 0;
-    for (long long o : overrides) {
-      const NyChannelConfig config(static_cast<uint32_t>(o & 0xFFFFFFFF));
-      if (config.GetType() != kStd) continue;
-      ++standard;
-      EXPECT_EQ(config.GetNumChannels(), n);
-      EXPECT_EQ(Names(config).size(), n) << std::hex << config.Serialize();
-      unsigned char ear = 0, lfe = 0, height = 0;
-      StringHelp::ChannelMaskToNumChannels(config.GetChannelMask(), ear, lfe, height);
-      EXPECT_EQ(ear + lfe + height, static_cast<int>(n));
-      EXPECT_LE(lfe, 1);
-    }
-    EXPECT_GE(standard, 1) << "n = " << n;
-  }
-}
-
 TEST(FmtTagToString, NamesKnownCodecs) {
   struct Case {
     unsigned short tag;

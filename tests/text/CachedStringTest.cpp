@@ -83,38 +83,6 @@ TEST(CachedString, WordsAreSharedAndPointIntoTheText) {
   EXPECT_EQ(&CachedString().GetWords(), &CachedString(L"").GetWords());
 }
 
-namespace {
-std::atomic<long> g_blocks{0};
-void* CountingAllocate(size_t n) {
-  ++g_blocks;
-  return std::malloc(n);
-}
-void CountingRelease(void* p) {
-  --g_blocks;
-  std::free(p);
-}
-}  // namespace
-
-// Records and their word lists go at the last release, so a churn of short-lived texts does not
-// grow the table; the block holds the two words and the text with its NUL.
-TEST(CachedString, RecordsAreFreedAtTheLastRelease) {
-  const auto old = lu::detail::SetCachedStringAllocator({&CountingAllocate, &CountingRelease});
-  const size_t before = lu::detail::CachedStringRecordCount();
-  for (int round = 0; round < 3; ++round) {
-    std::vector<CachedString> live;
-    for (int i = 0; i < 5000; ++i) {
-      live.emplace_back(CStdStr<wchar_t>(L"churn" + std::to_wstring(round * 5000 + i)));
-      live.push_back(live.back());
-      if (i % 2 == 0) live.back().GetWords();
-    }
-    EXPECT_EQ(g_blocks.load(), 5000);
-    EXPECT_EQ(lu::detail::CachedStringRecordCount(), before + 5000);
-  }
-  EXPECT_EQ(g_blocks.load(), 0);
-  EXPECT_EQ(lu::detail::CachedStringRecordCount(), before);
-  lu::detail::SetCachedStringAllocator(old);
-}
-
 // 8 threads intern, copy and drop the same 10,000 texts at once: one record each, and the counts
 // are exact once every thread's handles are gone (run this suite under ThreadSanitizer too).
 TEST(CachedString, ThreadsInternOneRecordPerText) {

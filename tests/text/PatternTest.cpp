@@ -106,18 +106,6 @@ TEST(Wildcard, AgreesWithFnmatch) {
   }
 }
 
-TEST(RegexHelpers, EscapesOperatorsAndTurnsStarRunsIntoAnyRun) {
-  std::wstring escaped = L"old";
-  RegexHelpers::RegexEscape(L"a.b*[c]-(d)+e?f^$|{g}\\", escaped);
-  EXPECT_EQ(escaped, L"a\\.b*\\[c\\]-\\(d\\)\\+e\\?f\\^\\$\\|\\{g\\}\\\\");
-  std::wregex re;
-  RegexHelpers::BuildRegex(L"a+b**.WAV", re);
-  EXPECT_TRUE(std::regex_match(L"A+Bxyz.wav", re));
-  EXPECT_FALSE(std::regex_match(L"aab.wav", re));  // the plus is literal
-  EXPECT_FALSE(std::regex_match(L"a+bxwav", re));  // so is the dot
-  EXPECT_TRUE(std::regex_search(L"take a+b1.wav now", re));
-}
-
 TEST(CommandLine, SplitsByTheWindowsRules) {
   using W = std::vector<CStdStr<wchar_t>>;
   const struct {

@@ -9,20 +9,6 @@
 
 #include "../support/TestSupport.h"
 
-TEST(StringHelpDisplay, LocalizeCopiesToTheNulWhateverTheLength) {
-  EXPECT_EQ(StringHelp::Localize(L"Bytes"), L"Bytes");
-  EXPECT_EQ(StringHelp::Localize("KB"), "KB");
-  EXPECT_EQ(StringHelp::Localize(lu::BasicStringView<wchar_t>(L"Bytes", 2)), L"Bytes");
-  EXPECT_EQ(StringHelp::Localize(lu::BasicStringView<char>(nullptr, 5)), "");
-}
-
-TEST(StringHelpDisplay, SpecialCharacters) {
-  EXPECT_STREQ(StringHelp::GetSpecialCharacter(StringHelp::SpecialCharRegistered), L"\u00AE");
-  EXPECT_STREQ(StringHelp::GetSpecialCharacter(StringHelp::SpecialCharTrademark), L"\u2122");
-  EXPECT_STREQ(StringHelp::GetSpecialCharacter(StringHelp::SpecialCharDegree), L"\u00B0");
-  EXPECT_STREQ(StringHelp::GetSpecialCharacter(static_cast<StringHelp::SpecialChar>(3)), L"");
-}
-
 TEST(StringHelpDisplay, DateTimeIsTodayInTheUsersShortForms) {
   for (int attempt = 0; attempt < 3; ++attempt) {
     const std::time_t before = std::time(nullptr);
@@ -44,46 +30,6 @@ TEST(StringHelpDisplay, DateTimeIsTodayInTheUsersShortForms) {
     return;
   }
   FAIL() << "the clock kept crossing minute boundaries";
-}
-
-TEST(StringHelpDisplay, VKeyNamesOnlyFunctionKeys) {
-  struct Case {
-    uint16_t key;
-    const wchar_t* before;
-    bool result;
-    const wchar_t* after;
-  };
-  const Case cases[] = {
-      {112, L"", true, L"F1"},   {135, L"x", true, L"F24"},  {111, L"", false, L""},
-      {111, L"kept", true, L"kept"}, {136, L"", false, L""},
-  };
-  for (const auto& c : cases) {
-    CStdStr<wchar_t> s = c.before;
-    EXPECT_EQ(StringHelp::VKeyToString(c.key, s), c.result) << c.key;
-    EXPECT_EQ(s, c.after) << c.key;
-  }
-}
-
-TEST(StringHelpDisplay, FindAndLoadResourceByFlag) {
-  namespace pf = lu::platform;
-  static const char k_text[] = "caf\xC3\xA9\0tail";  // 10 bytes and the literal's NUL
-  static const char k_unterminated[] = {'a', 'b', 'c'};
-  auto* module = reinterpret_cast<HMODULE>(0x5000);
-  ASSERT_TRUE(pf::RegisterResource(module, L"GREETING", L"TEXT", k_text, 10));
-  ASSERT_TRUE(pf::RegisterResource(module, pf::MakeIntResource(7), L"TEXT", k_unterminated, 3));
-
-  EXPECT_EQ(StringHelp::FindAndLoadResource(module, L"GREETING", L"TEXT", false), L"caf\u00E9");
-  EXPECT_EQ(StringHelp::FindAndLoadResource(module, L"greeting", L"text", true),
-            std::wstring(L"caf\u00E9\0tail", 9));
-  EXPECT_EQ(StringHelp::FindAndLoadResource(module, pf::MakeIntResource(7), L"TEXT", false), L"abc");
-  // Missing in any way: the empty string.
-  EXPECT_EQ(StringHelp::FindAndLoadResource(module, L"OTHER", L"TEXT", false), L"");
-  EXPECT_EQ(StringHelp::FindAndLoadResource(module, L"GREETING", L"HTML", true), L"");
-  EXPECT_EQ(StringHelp::FindAndLoadResource(nullptr, L"GREETING", L"TEXT", true), L"");
-
-  EXPECT_TRUE(pf::UnregisterResource(module, L"GREETING", L"TEXT"));
-  EXPECT_TRUE(pf::UnregisterResource(module, pf::MakeIntResource(7), L"TEXT"));
-  EXPECT_EQ(StringHelp::FindAndLoadResource(module, L"GREETING", L"TEXT", false), L"");
 }
 
 TEST(StringHelpConcat, JoinsEveryKindOfTextOnce) {

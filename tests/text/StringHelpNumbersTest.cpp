@@ -111,18 +111,3 @@ TEST(StringHelpPrint, VectorToStringPutsSeparatorsOnlyBetween) {
   StringHelp::VectorToString({L"a", L"", L"c"}, result, L", ");
   EXPECT_EQ(result, L"a, , c");
 }
-
-TEST(StringHelpPrint, VarTypeNamesKeepTheirMixedCase) {
-  const std::pair<uint16_t, const char*> cases[] = {
-      {2, "int16"},   {3, "int32"},   {4, "Real32"},  {5, "Real64"}, {8, "string"}, {11, "bool"},
-      {18, "Uint16"}, {19, "Uint32"}, {20, "int64"},  {21, "Uint64"}, {0, ""},      {17, ""}, {22, ""},
-  };
-  for (const auto& [type, name] : cases) {
-    CStdStr<char> n = "stale";
-    CStdStr<wchar_t> w = L"stale";
-    StringHelp::VarTypeToString(static_cast<lu::VariantType>(type), n);
-    StringHelp::VarTypeToString(static_cast<lu::VariantType>(type), w);
-    EXPECT_EQ(n, name) << type;
-    EXPECT_EQ(w, CStdStr<wchar_t>(name)) << type;
-  }
-}

@@ -18,22 +18,6 @@ S Join(const std::vector<S>& items) {
   return out;
 }
 
-// The words SplitEachWord reports, each followed by "|"; stopAfter > 0 stops after that many.
-struct Words {
-  std::wstring text;
-  int left = -1;
-};
-std::wstring Split(const wchar_t* text, bool digits, int stopAfter = -1, bool* stopped = nullptr) {
-  Words w{L"", stopAfter};
-  const bool r = StringHelp::SplitEachWord(text, &w, digits, [](void* ctx, const wchar_t* p, uint64_t n) {
-    auto& c = *static_cast<Words*>(ctx);
-    c.text.append(p, n).push_back(L'|');
-    return --c.left == 0;
-  });
-  if (stopped) *stopped = r;
-  return w.text;
-}
-
 }  // namespace
 
 TEST(StringHelpSplit, SplitStringFollowsGetline) {
@@ -58,51 +42,6 @@ TEST(StringHelpSplit, SplitStringFollowsGetline) {
   StringHelp::SplitString(std::wstring(L"a,b\0c,d", 7), L',', s);
   ASSERT_EQ(s.size(), 3u);
   EXPECT_EQ(s[1], std::wstring(L"b\0c", 3));
-}
-
-TEST(StringHelpSplit, SplitEachWordReportsPartsThenCompounds) {
-  const struct {
-    const wchar_t* text;
-    bool digits;
-    const wchar_t* words;
-  } cases[] = {
-      {L"fooBar baz", false, L"foo|Bar|fooBar|baz|"},
-      {L"ABCServer", false, L"ABCServer|"},
-      {L"abc123", true, L"abc|123|"},
-      {L"abc123", false, L"abc123|"},
-      {L"fooBar1", true, L"foo|Bar|fooBar|1|"},
-      {L"123", false, L"123|"},
-      {L"123", true, L"123|"},
-      {L"___", true, L""},
-      {L"", false, L""},
-      {L"  a__b  ", false, L"a|b|"},
-      {L"getHTTPResponse2x", true, L"get|HTTPResponse|getHTTPResponse|2|x|"},
-      {L"aBcD", false, L"a|Bc|D|aBcD|"},
-      {L"\u00e9t\u00e9", false, L"\u00e9t\u00e9|"},              // letters beyond ASCII
-      {L"caf\u00e9\u00c9clair", false, L"caf\u00e9|\u00c9clair|caf\u00e9\u00c9clair|"},  // a hump at 'É'
-      {L"a\u20acb", false, L"a|b|"},                             // the euro sign separates
-      {L"x\xd83cy", false, L"x|y|"},                              // a lone surrogate separates
-  };
-  for (const auto& c : cases) EXPECT_EQ(Split(c.text, c.digits), c.words) << c.text;
-  EXPECT_EQ(Split(nullptr, true), L"");
-}
-
-TEST(StringHelpSplit, ACallbackThatReturnsTrueStopsTheWalk) {
-  bool stopped = false;
-  EXPECT_EQ(Split(L"one two", false, 1, &stopped), L"one|");
-  EXPECT_TRUE(stopped);
-  EXPECT_EQ(Split(L"fooBar x", false, 2, &stopped), L"foo|Bar|");  // before the compound
-  EXPECT_TRUE(stopped);
-  EXPECT_EQ(Split(L"one two", false, -1, &stopped), L"one|two|");
-  EXPECT_FALSE(stopped);
-}
-
-TEST(StringHelpSplit, SplitWordsLowerCasesEachWord) {
-  std::vector<W> words{W(L"stale")};
-  StringHelp::SplitWords(W(L"FooBar \u00c9T\u00c9 x9"), words, true);
-  EXPECT_EQ(Join(words), W(L"foo|bar|foobar|\u00e9t\u00e9|x|9|"));
-  StringHelp::SplitWords(W(L""), words, true);
-  EXPECT_TRUE(words.empty());
 }
 
 TEST(StringHelpSplit, ParseToMapKeepsLaterValuesAndThrowsAtAnOpenEnd) {
@@ -181,13 +120,6 @@ TEST(StringHelpClean, ControlAnsiAndUnderscoreDigits) {
   } tails[] = {{L"Name_12", L"Name"}, {L"Name_", L"Name_"}, {L"Name12", L"Name12"},
                {L"12", L"12"},        {L"_12", L""},         {L"a_1_2", L"a_1"}, {L"", L""}};
   for (const auto& c : tails) EXPECT_EQ(StringHelp::RemoveUnderscoreDigitAtTheEnd(W(c.in)), W(c.out)) << c.in;
-}
-
-TEST(StringHelpClean, EscapesReplaceLeftToRightOnce) {
-  EXPECT_EQ(StringHelp::XmlEscape(W(L"<a href='x'>&amp;\"</a>")),
-            W(L"&lt;a href=&apos;x&apos;&gt;&amp;amp;&quot;&lt;/a&gt;"));
-  EXPECT_EQ(StringHelp::XmlEscape(W(L"plain")), W(L"plain"));
-  EXPECT_EQ(StringHelp::MenuEscape(W(L"R&&B & co&")), W(L"R&&&&B && co&&"));
 }
 
 TEST(StringHelpCompare, CaseInsensitiveSearchFoldsBeyondAscii) {

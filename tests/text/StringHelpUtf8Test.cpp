@@ -70,30 +70,6 @@ TEST(StringHelpUtf8, CStringToUTF8ReturnsNullForNothing) {
   EXPECT_EQ(untouched, '\0');
 }
 
-TEST(StringHelpUtf8, TruncateForUTF8Table) {
-  struct Case {
-    std::wstring text;
-    unsigned limit;
-    std::wstring out;
-  };
-  const std::wstring note = W16(u"\U0001F3B5");
-  const Case cases[] = {
-      {L"hello", 0, L""},
-      {L"hello", 2, L"h"},
-      {L"hello", 6, L"hello"},
-      {L"\u00E9\u00E9", 4, L"\u00E9"},   // 4 bytes would leave no room for the NUL
-      {L"\u00E9\u00E9", 5, L"\u00E9\u00E9"},
-      {L"a" + note, 4, L"a"},            // the lone high surrogate would cost 3 bytes: 4 in all
-      {L"a" + note, 5, L"a" + note.substr(0, 1)},  // may split a pair: a + U+FFFD is 4 bytes
-      {L"a" + note, 6, L"a" + note},
-  };
-  for (const auto& c : cases) {
-    CStdStr<wchar_t> s = c.text;
-    StringHelp::TruncateForUTF8(s, c.limit);
-    EXPECT_EQ(s, c.out) << "limit " << c.limit;
-  }
-}
-
 TEST(StringHelpUtf8, TruncateForUTF8IsTheLongestPrefixBelowTheLimit) {
   // Random mixes of every UTF-8 length class and stray surrogates, checked against the codec.
   std::mt19937 rng(1234);
