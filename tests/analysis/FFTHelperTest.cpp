@@ -129,3 +129,18 @@ TEST(FFTSpectrum, ProgressRunsHalfABlockPerStepAndCancelStops) {
     for (size_t i = 0; i < c.positions; ++i) EXPECT_EQ(progress.positions[i], int64_t(512 * (i + 1)));
   }
 }
+
+TEST(FFTSpectrum, OddAndTinySizes) {
+  testing::internal::CaptureStderr();
+  FFTHelper odd(513, FFTHelper::Hann);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Real FFT optimization must be even.\n");
+  const std::vector<float> s = Sine(1, 100, 0.2, 0.5f);
+  std::vector<float> spectrum;
+  EXPECT_FALSE(odd.GetSpectrum(s.data(), 1, 100, spectrum, nullptr));
+  EXPECT_FALSE(FFTHelper(0, FFTHelper::Hann).GetSpectrum(s.data(), 1, 100, spectrum, nullptr));
+
+  FFTHelper two(2, FFTHelper::Triangular);
+  spectrum.clear();
+  EXPECT_TRUE(two.GetSpectrum(s.data(), 1, 100, spectrum, nullptr));
+  EXPECT_EQ(spectrum.size(), 1u);
+}
