@@ -13,6 +13,7 @@
 #include <cstring>
 #include <vector>
 
+#include <nybase/documents/internal/DepthLimitedHandler.h>
 #include <nybase/documents/internal/JsonBlockStream.h>
 #include <nybase/documents/internal/JsonTreeWriter.h>
 #include <nybase/files/FileOperation.h>
@@ -95,33 +96,6 @@ void ParseGuarded(Stream& stream, Document& document, bool allowComments) {
   }
 }
 
-// Hands the parser's events to the document and counts the nesting as it goes: a container
-// deeper than k_maxDepth stops the parse before it is entered. For text that parses, this counts
-// exactly what the depth guard counts, without the guard's look at every character.
-class DepthCountingHandler {
- public:
-  explicit DepthCountingHandler(Document& document) : m_document(document) {}
-
-  bool Null() { return m_document.Null(); }
-  bool Bool(bool b) { return m_document.Bool(b); }
-  bool Int(int i) { return m_document.Int(i); }
-  bool Uint(unsigned u) { return m_document.Uint(u); }
-  bool Int64(int64_t i) { return m_document.Int64(i); }
-  bool Uint64(uint64_t u) { return m_document.Uint64(u); }
-  bool Double(double d) { return m_document.Double(d); }
-  bool RawNumber(const char* text, rapidjson::SizeType length, bool copy) { return m_document.RawNumber(text, length, copy); }
-  bool String(const char* text, rapidjson::SizeType length, bool copy) { return m_document.String(text, length, copy); }
-  bool Key(const char* text, rapidjson::SizeType length, bool copy) { return m_document.Key(text, length, copy); }
-  bool StartObject() { return ++m_depth <= k_maxDepth && m_document.StartObject(); }
-  bool EndObject(rapidjson::SizeType count) { --m_depth; return m_document.EndObject(count); }
-  bool StartArray() { return ++m_depth <= k_maxDepth && m_document.StartArray(); }
-  bool EndArray(rapidjson::SizeType count) { --m_depth; return m_document.EndArray(count); }
-
- private:
-  Document& m_document;
-  int m_depth = 0;
-};
-
 // Parses the block through the counting handler instead of the guard, when that can only end as
 // the guarded parse would: the document holds no error from an earlier parse (a successful parse
 // leaves the same clean result), and the parse succeeds. False leaves the document as it was
@@ -130,7 +104,9 @@ bool ParseCounted(const char* data, size_t size, Document& document, bool allowC
   if (document.HasParseError() || document.GetErrorOffset() != 0) return false;
   bool parsed = false;
   auto generate = [&](Document& handler) {
-    DepthCountingHandler counting(handler);
+    // For text that parses, this counts exactly what the guard counts, without its look at every
+    // character: a container deeper than k_maxDepth stops the parse before it is entered.
+    detail::DepthLimitedHandler<Document> counting(handler, k_maxDepth);
     detail::JsonBlockStream stream(data, size);
     rapidjson::GenericReader<rapidjson::UTF8<char>, rapidjson::UTF8<char>, rapidjson::CrtAllocator> reader;
     parsed = allowComments ? !reader.Parse<rapidjson::kParseCommentsFlag>(stream, counting).IsError()

@@ -1,37 +1,13 @@
 // lu::ThinJson::Document and its two parsers over rapidjson's recursive reader.
 #include <nybase/documents/ThinJson.h>
 
+#include <nybase/documents/internal/DepthLimitedHandler.h>
+
 namespace lu::ThinJson {
 
 namespace {
 
 constexpr size_t k_parseStackCapacity = 1024;
-
-// Forwards every SAX event to the document, refusing to open a container beyond k_maxDepth. The
-// refusal ends the parse with the handler-error code, before the recursive reader goes deeper.
-class DepthGuard {
- public:
-  explicit DepthGuard(RapidJsonDocument& doc) : m_doc(doc) {}
-
-  bool Null() { return m_doc.Null(); }
-  bool Bool(bool b) { return m_doc.Bool(b); }
-  bool Int(int i) { return m_doc.Int(i); }
-  bool Uint(unsigned u) { return m_doc.Uint(u); }
-  bool Int64(int64_t i) { return m_doc.Int64(i); }
-  bool Uint64(uint64_t u) { return m_doc.Uint64(u); }
-  bool Double(double d) { return m_doc.Double(d); }
-  bool RawNumber(const char* s, rapidjson::SizeType n, bool copy) { return m_doc.RawNumber(s, n, copy); }
-  bool String(const char* s, rapidjson::SizeType n, bool copy) { return m_doc.String(s, n, copy); }
-  bool Key(const char* s, rapidjson::SizeType n, bool copy) { return m_doc.Key(s, n, copy); }
-  bool StartObject() { return ++m_depth <= Document::k_maxDepth && m_doc.StartObject(); }
-  bool EndObject(rapidjson::SizeType members) { --m_depth; return m_doc.EndObject(members); }
-  bool StartArray() { return ++m_depth <= Document::k_maxDepth && m_doc.StartArray(); }
-  bool EndArray(rapidjson::SizeType elements) { --m_depth; return m_doc.EndArray(elements); }
-
- private:
-  RapidJsonDocument& m_doc;
-  unsigned m_depth = 0;
-};
 
 // Runs the reader as the document's event source (rapidjson moves the finished root into place).
 template <unsigned Flags>
@@ -41,7 +17,7 @@ struct Generator {
 
   bool operator()(RapidJsonDocument& doc) {
     rapidjson::GenericReader<rapidjson::UTF8<char>, rapidjson::UTF8<char>, rapidjson::CrtAllocator> reader;
-    DepthGuard guard(doc);
+    lu::detail::DepthLimitedHandler<RapidJsonDocument> guard(doc, Document::k_maxDepth);
     result = reader.Parse<Flags>(stream, guard);
     return !result.IsError();
   }
