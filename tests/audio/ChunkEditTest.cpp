@@ -264,3 +264,59 @@ TEST(ChunkBadInput, OpenRefusesOrBoundsAndNeverWrites) {
 }
 
 }  // namespace
+
+TEST(ChunkCue, RescaleRoundsHalfAwayAndLimitsToTheFrameCount) {
+  struct Case {
+    uint32_t position;
+    double ratio;
+    uint32_t frameCount, expected;
+  };
+  const Case cases[] = {
+      {3, 0.5, 100, 2},         {1, 0.5, 100, 1},   {5, 0.5, 100, 3},           {100, 1.0, 100, 99},
+      {7, 1.0, 0, 0xFFFFFFFFu}, {10, -1.0, 100, 99}, {0xFFFFFFFFu, 1e30, 50, 49},
+  };
+  TempDir dir;
+  for (const Case& c : cases) {
+    const Bytes file = Riff(Concat({Chunk("fmt ", k_fmtStereo16), Chunk("cue ", Concat({Bytes{1, 0, 0, 0},
+                                                                                          CueRecord(1, c.position, 9, 0)})),
+                                    Chunk("data", Bytes(40))}));
+    lu::File f = OpenInPlace(Store(dir, "rescale.wav", file));
+    NyRiffChunk riff;
+    NyCueChunk cue;
+    ASSERT_TRUE(riff.Init(f, nullptr));
+    ASSERT_TRUE(cue.Init(f, &riff));
+    EXPECT_EQ(cue.UpdateCueInfo(c.ratio, c.frameCount, false), NyFormatChunkBase::ErrorCode_Success);
+    std::vector<WAV_CUE> cues;
+    cue.GetCuesVector(cues);
+    EXPECT_EQ(cues[0].dwPosition, c.expected) << c.position << " x " << c.ratio;
+    EXPECT_EQ(cues[0].dwSampleOffset, c.expected);
+  }
+}
+
+// Junk written at every offset modulo 16: the next chunk's payload lands on a multiple of 16.
+TEST(ChunkJunk, SizesAlignTheNextPayload) {
+  TempDir dir;
+  for (unsigned offset = 0; offset < 48; ++offset) {
+    lu::File out = CreateOutput(dir, "junk.bin");
+    const Bytes lead(offset + 1, 0xAA);
+    ASSERT_TRUE(out.WriteExact(lead.data(), offset));
+    NyJunkChunk junk(16);
+    ASSERT_TRUE(junk.Init(out, nullptr));
+    out.SetFilePointer(offset, lu::FilePointerBegin);  // the scan moved the shared position
+    ASSERT_EQ(junk.WriteToFile(out, false), NyFormatChunkBase::ErrorCode_Success);
+    const int64_t end = out.SetFilePointer(0, lu::FilePointerCurrent);
+    EXPECT_EQ((end + 8) % 16, 0) << offset;
+    const int64_t written = end - offset;
+    if (offset % 16 == 8) {
+      EXPECT_EQ(written, 0) << "no chunk needed at " << offset;
+      continue;
+    }
+    out.Flush();
+    const Bytes bytes = ReadFileBytes(dir.Native("junk.bin"));
+    ASSERT_EQ(bytes.size(), size_t(end));
+    EXPECT_EQ(std::string(bytes.begin() + offset, bytes.begin() + offset + 4), "junk");
+    EXPECT_EQ(GetU32(bytes, offset + 4), uint32_t(written - 8));
+    EXPECT_LE(written - 8, 15);
+    for (int64_t i = offset + 8; i < end; ++i) EXPECT_EQ(bytes[size_t(i)], 0);
+  }
+}

@@ -25,6 +25,12 @@ NyJson Tree(const std::string& text) {
   return tree;
 }
 
+std::string Stable(const NyJson& tree) {
+  jh::Document doc;
+  jh::ToStableRapidJson(tree, doc);
+  return jh::ToString(doc);
+}
+
 TEST(JsonTextReader, Navigation) {
   NyJson root = Tree(R"({"Name":"root","m":{"@type":"T","Name":"N","i":7,"g":"{00000000-0000-0000-0000-0000000000AB}"},)"
                      R"("list":[{"Name":"one"},{"Name":"two"}],"e":{"a":1},"f":{"a":[1]}})");
@@ -146,3 +152,59 @@ TEST(JsonTreeXml, RandomDocumentsWrittenAndWalked) {
 }
 
 }  // namespace
+
+TEST(NyJsonXmlTextWriter, BuildsTheTree) {
+  NyJson target = EmptyMap();
+  NyJsonXmlTextWriter w(target);
+  EXPECT_EQ(w.CreateWriter(VPropertyEnums::LineEndingLF), nullptr);
+  EXPECT_TRUE(w.IsReady() && !w.Append(&w) && w.GetWriteState() == 5 && w.GetReadyState() == 0);
+  w.WriteEndElement();  // nothing open: nothing happens
+  w.WriteStartElement("a", lu::XmlElementTypeObject);
+  w.WriteAttributeString("x", L"1");
+  w.WriteAttributeString("x", L"2");  // same name in a Map: the first stands
+  w.WriteEndElement();
+  w.WriteStartElement(L"list", lu::XmlElementTypeArray);
+  w.WriteAttributeString(L"e", L"p");
+  w.WriteAttributeString(lu::BasicStringView<char>("e"), NyGuid{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}});
+  w.WriteEndElement();
+  w.WriteStartElement("oa", lu::XmlElementTypeObjectArray);
+  w.WriteEndElement();
+  w.WriteStartElement("t", lu::XmlElementTypeObject);
+  w.WriteAttributeString("gone", L"x");
+  w.WriteString(L"text");  // replaces the children
+  w.WriteEndElement();
+  w.WriteAttributeString(lu::BasicStringView<char>(nullptr, 0), NyGuid{});  // no element open: the target
+  EXPECT_EQ(w.GetOpenCount(), 0u);
+  EXPECT_EQ(Stable(target),
+            R"({"":"{00000000-0000-0000-0000-000000000000}","a":{"x":"1"},)"
+            R"("list":["p","{00000001-0002-0003-0405-060708090A0B}"],"oa":null,"t":"text"})");
+  EXPECT_TRUE(target.GetMap().at(ROString("oa")).IsEmpty());
+  EXPECT_EQ(target.GetMap().at(ROString("list")).GetArray()[1].GetVariant().GetType(), NyVariant::TypeGuid);
+}
+
+TEST(NyJsonXmlTextWriter, TargetsAndBadText) {
+  for (NyJson target : {NyJson(), NyJson(NyVariant(int32_t(1)))}) {
+    NyJsonXmlTextWriter w(target);
+    w.WriteStartElement("a");
+    w.WriteEndElement();
+    EXPECT_EQ(jh::ToString(target), target.IsEmpty() ? "null" : "1");  // the element is lost
+  }
+  NyJson target = EmptyMap();
+  NyJsonXmlTextWriter w(target);
+  w.WriteStartElement("a", lu::XmlElementTypeObject);
+  w.WriteAttributeString("x", L"1");
+  for (const std::wstring& bad : {std::wstring(1, wchar_t(0xD800)), std::wstring{wchar_t(0xDC00), L'a'},
+                                 std::wstring(1, wchar_t(0x1F600))}) {
+    try {
+      w.WriteString(bad);
+      ADD_FAILURE() << "no throw";
+    } catch (const std::range_error& e) {
+      EXPECT_STREQ(e.what(), "bad conversion");
+    }
+  }
+  w.WriteString(std::wstring{wchar_t(0xD83D), wchar_t(0xDE00)});
+  NyJsonXmlTextWriter copy(w);  // same target, its own frames
+  copy.WriteEndElement();
+  EXPECT_EQ(jh::ToString(target), "{\"a\":\"\xf0\x9f\x98\x80\"}");
+  EXPECT_EQ(w.GetOpenCount(), 1u);
+}

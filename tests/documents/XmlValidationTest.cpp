@@ -153,3 +153,24 @@ TEST_F(XmlValidation, MissingDocumentsAndBadPaths) {
     EXPECT_EQ(info.m_message, L"sentinel");
   }
 }
+
+// The store is shared by every libxml2 user of the process: a reader's parse error is the
+// message that a later validation failure without an error of its own reports.
+TEST_F(XmlValidation, StoreIsSharedWithTheReader) {
+  WriteText(m_dir.Native("bad.xsd"), "no schema");
+  XmlValidationErrorInfo info = Sentinel();
+  ASSERT_FALSE(lu::ValidateXmlFile(m_dir.Wide("library.xsd"), m_dir.Wide("bad.xsd"), info));
+
+  lu::XmlReader r("<a>\n<b></a>", lu::XmlReader::XmlSourceMemory);
+  while (r.Read()) {
+  }
+  xmlDocPtr doc = xmlReadMemory("<library/>", 10, "", nullptr, 0);
+  ASSERT_NE(doc, nullptr);
+  info = Sentinel();
+  EXPECT_FALSE(lu::ValidateXmlDoc(doc, m_dir.Wide("bad.xsd"), info));
+  xmlFreeDoc(doc);
+  EXPECT_EQ(info.m_code, XmlValidationErrorInfo::k_schemaInvalid);
+  EXPECT_NE(info.m_message.find(L"Opening and ending tag mismatch"), std::wstring::npos) << Trimmed(info.m_message);
+  EXPECT_EQ(info.m_line, 2);
+  EXPECT_GT(info.m_column, 0);
+}

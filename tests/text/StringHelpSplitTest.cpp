@@ -145,3 +145,11 @@ TEST(StringHelpCompare, CompareTextOnlyIgnoresBlanksAndCase) {
   EXPECT_FALSE(StringHelp::CompareTextOnly(L"foob", L"foo"));
   EXPECT_TRUE(StringHelp::CompareTextOnly(L"   ", nullptr));
 }
+
+TEST(StringHelpSplit, SplitWordsLowerCasesEachWord) {
+  std::vector<W> words{W(L"stale")};
+  StringHelp::SplitWords(W(L"FooBar \u00c9T\u00c9 x9"), words, true);
+  EXPECT_EQ(Join(words), W(L"foo|bar|foobar|\u00e9t\u00e9|x|9|"));
+  StringHelp::SplitWords(W(L""), words, true);
+  EXPECT_TRUE(words.empty());
+}
