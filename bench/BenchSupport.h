@@ -3,10 +3,15 @@
 
 #include <benchmark/benchmark.h>
 
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <string>
 #include <vector>
@@ -83,6 +88,40 @@ inline std::string FindTool() {
   if (access(tool.c_str(), X_OK) == 0) return tool;
   std::fprintf(stderr, "the nybase tool is not built at %s\n", tool.c_str());
   return {};
+}
+
+// Runs a program (found on PATH) with stdout, and stderr unless `keepStderr`, to /dev/null and
+// returns its wall time in seconds; its processor time (user + system) goes to `cpu` when given.
+// A program that cannot start, or exits other than 0 when `mustSucceed`, ends the benchmark.
+inline double RunQuiet(std::vector<std::string> args, bool mustSucceed = true, double* cpu = nullptr,
+                       bool keepStderr = false) {
+  std::vector<char*> argv;
+  for (std::string& a : args) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+  if (!keepStderr) posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+  const auto start = std::chrono::steady_clock::now();
+  pid_t pid = 0;
+  if (posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ) != 0) {
+    std::fprintf(stderr, "%s cannot be started\n", args[0].c_str());
+    std::exit(1);
+  }
+  int status = 0;
+  struct rusage usage {};
+  wait4(pid, &status, 0, &usage);
+  const double t = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  posix_spawn_file_actions_destroy(&actions);
+  if (cpu != nullptr) {
+    *cpu = static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+  }
+  if (mustSucceed && (!WIFEXITED(status) || WEXITSTATUS(status) != 0)) {
+    std::fprintf(stderr, "%s failed (status %d)\n", args[0].c_str(), status);
+    std::exit(1);
+  }
+  return t;
 }
 
 }  // namespace nybench

@@ -7,10 +7,7 @@
 // NYBASE_BENCH_WAV_FILES the catalogue (default 10000); NYBASE_BENCH_DIR_ROOT the folder the trees
 // are made in (default /tmp; /dev/shm measures the code rather than the disk's journal).
 #include <benchmark/benchmark.h>
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -28,7 +25,6 @@
 
 #include "BenchSupport.h"
 
-extern char** environ;
 
 namespace {
 
@@ -50,29 +46,6 @@ void Keep(const std::string& name, double seconds) {
 }
 
 double Since(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
-
-// Runs a program with stdout (and stderr) to /dev/null; returns the wall time in seconds.
-double Spawn(std::vector<std::string> args, bool mustSucceed = true) {
-  std::vector<char*> argv;
-  for (std::string& a : args) argv.push_back(a.data());
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-  const auto start = Clock::now();
-  pid_t pid = 0;
-  if (posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ) != 0) std::abort();
-  int status = 0;
-  waitpid(pid, &status, 0);
-  const double t = Since(start);
-  posix_spawn_file_actions_destroy(&actions);
-  if (mustSucceed && (!WIFEXITED(status) || WEXITSTATUS(status) != 0)) {
-    std::fprintf(stderr, "%s failed (status %d)\n", args[0].c_str(), status);
-    std::exit(1);
-  }
-  return t;
-}
 
 void WriteFile(const std::string& path, const std::vector<unsigned char>& bytes) {
   FILE* f = std::fopen(path.c_str(), "wb");
@@ -145,7 +118,7 @@ void BM_StdRecursiveIterator(benchmark::State& state) {
 }
 
 void BM_FindTypeF(benchmark::State& state) {
-  for (auto _ : state) Keep("find", Spawn({"find", g_root, "-type", "f"}));
+  for (auto _ : state) Keep("find", nybench::RunQuiet({"find", g_root, "-type", "f"}));
 }
 
 // --- Copy and removal: a fresh target for every repetition -------------------------------------
@@ -159,24 +132,24 @@ void BM_CopyFilesRecursive(benchmark::State& state) {
     state.SetIterationTime(t);
     Keep("copy", t);
     if (!ok) state.SkipWithError("copy failed");
-    Spawn({"rm", "-rf", target});
+    nybench::RunQuiet({"rm", "-rf", target});
   }
 }
 
 void BM_CpR(benchmark::State& state) {
   for (auto _ : state) {
     const std::string target = g_scratch + "/cp";
-    const double t = Spawn({"cp", "-r", g_root, target});
+    const double t = nybench::RunQuiet({"cp", "-r", g_root, target});
     state.SetIterationTime(t);
     Keep("cp", t);
-    Spawn({"rm", "-rf", target});
+    nybench::RunQuiet({"rm", "-rf", target});
   }
 }
 
 void BM_RemoveDirectoryRecursive(benchmark::State& state) {
   for (auto _ : state) {
     const std::string target = g_scratch + "/ours-rm";
-    Spawn({"cp", "-r", g_root, target});
+    nybench::RunQuiet({"cp", "-r", g_root, target});
     const auto start = Clock::now();
     lu::RemoveDirectoryRecursive(Wide(target), nullptr);
     const double t = Since(start);
@@ -189,8 +162,8 @@ void BM_RemoveDirectoryRecursive(benchmark::State& state) {
 void BM_RmRf(benchmark::State& state) {
   for (auto _ : state) {
     const std::string target = g_scratch + "/rm";
-    Spawn({"cp", "-r", g_root, target});
-    const double t = Spawn({"rm", "-rf", target});
+    nybench::RunQuiet({"cp", "-r", g_root, target});
+    const double t = nybench::RunQuiet({"rm", "-rf", target});
     state.SetIterationTime(t);
     Keep("rm", t);
   }
@@ -200,7 +173,7 @@ void BM_RmRf(benchmark::State& state) {
 
 void BM_NybaseInfoRecursive(benchmark::State& state) {
   for (auto _ : state) {
-    const double t = Spawn({g_tool, "info", "-r", g_wavDir});
+    const double t = nybench::RunQuiet({g_tool, "info", "-r", g_wavDir});
     state.SetIterationTime(t);
     Keep("info", t);
   }
@@ -210,7 +183,7 @@ void BM_Soxi(benchmark::State& state) {
   for (auto _ : state) {
     std::vector<std::string> args = {"soxi"};
     args.insert(args.end(), g_wavFiles.begin(), g_wavFiles.end());
-    const double t = Spawn(args);
+    const double t = nybench::RunQuiet(args);
     state.SetIterationTime(t);
     Keep("soxi", t);
   }
@@ -280,6 +253,6 @@ int main(int argc, char** argv) {
   Ratio("RemoveDirectoryRecursive vs rm -rf", "remove", "rm", 0.8, g_files);
   Ratio("nybase info -r vs soxi (one call)", "info", "soxi", 5.0, g_wavFiles.size());
 
-  Spawn({"rm", "-rf", tmp});
+  nybench::RunQuiet({"rm", "-rf", tmp});
   return 0;
 }

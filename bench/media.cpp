@@ -6,9 +6,6 @@
 #include <benchmark/benchmark.h>
 
 #include "BenchSupport.h"
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -22,7 +19,6 @@
 #include <nybase/audio/NyWavFileGenerator.h>
 #include <nybase/platform/NativePath.h>
 
-extern char** environ;
 
 namespace {
 
@@ -31,23 +27,6 @@ constexpr size_t k_payloadBytes = 256u << 20;
 std::string g_dir;
 
 lu::Path LibraryPath(const std::string& native) { return lu::Path(lu::platform::FromNativePath(native)); }
-
-// Runs a program with stdout and stderr to /dev/null; aborts unless it exits 0.
-void Spawn(std::vector<std::string> args) {
-  std::vector<char*> argv;
-  for (std::string& a : args) argv.push_back(a.data());
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-  pid_t pid = 0;
-  int status = 0;
-  if (posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ) != 0) std::abort();
-  waitpid(pid, &status, 0);
-  posix_spawn_file_actions_destroy(&actions);
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) std::abort();
-}
 
 void BM_ToneVsSox(benchmark::State& state) {
   const std::string ours = g_dir + "/nybase-bench-tone.wav", peer = g_dir + "/nybase-bench-sox.wav";
@@ -62,7 +41,7 @@ void BM_ToneVsSox(benchmark::State& state) {
     });
     timer.ours += t;
     timer.peer += nybench::PairTimer::Time([&] {
-      Spawn({"sox", "-n", "-r", "48000", "-c", "2", "-b", "16", peer, "synth", "600", "sine", "1000"});
+      nybench::RunQuiet({"sox", "-n", "-r", "48000", "-c", "2", "-b", "16", peer, "synth", "600", "sine", "1000"});
     });
     state.SetIterationTime(t);
   }
@@ -101,7 +80,7 @@ void BM_ContainerVsCp(benchmark::State& state) {
         if (!reader.ReadData(buffer.data(), static_cast<unsigned>(buffer.size()))) std::abort();
       }
     });
-    const double c = nybench::PairTimer::Time([&] { Spawn({"cp", payload, copy}); });
+    const double c = nybench::PairTimer::Time([&] { nybench::RunQuiet({"cp", payload, copy}); });
     write.ours += w;
     write.peer += c;
     both.ours += w + r;

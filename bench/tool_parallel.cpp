@@ -3,10 +3,7 @@
 // NYBASE_BENCH_TOOL_FILES sets the number of files (default 200).
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
-#include <spawn.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -20,7 +17,6 @@
 
 #include "BenchSupport.h"
 
-extern char** environ;
 
 namespace {
 
@@ -71,27 +67,7 @@ void WriteFile(const std::string& path, uint32_t seed) {
 double RunOnsets(unsigned jobs, double& cpu) {
   std::vector<std::string> args = {g_tool, "onsets", "-j", std::to_string(jobs)};
   args.insert(args.end(), g_files.begin(), g_files.end());
-  std::vector<char*> argv;
-  for (std::string& a : args) argv.push_back(a.data());
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-  const auto start = std::chrono::steady_clock::now();
-  pid_t pid = 0;
-  if (posix_spawn(&pid, g_tool.c_str(), &actions, nullptr, argv.data(), environ) != 0) std::abort();
-  int status = 0;
-  struct rusage usage {};
-  wait4(pid, &status, 0, &usage);
-  cpu = static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-        static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
-  const double t = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  posix_spawn_file_actions_destroy(&actions);
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-    std::fprintf(stderr, "nybase onsets failed (status %d)\n", status);
-    std::exit(1);
-  }
-  return t;
+  return nybench::RunQuiet(std::move(args), true, &cpu, true);
 }
 
 void BM_ToolOnsets(benchmark::State& state) {
