@@ -2,6 +2,7 @@
 #include <nybase/text/StringHelpWildcard.h>
 
 #include <cstddef>
+#include <cwchar>
 
 namespace StringHelp {
 
@@ -32,8 +33,11 @@ wchar_t FoldAscii(wchar_t c) { return c >= L'A' && c <= L'Z' ? static_cast<wchar
 //   answer is false at once.
 // The second and third need a terminator that no other character folds to (and that is not '*'):
 // otherwise the pattern may be read across its terminator, and only the plain steps are taken.
+//
+// Kept out of line: it is the slow path behind Segments, and inlining it would give the common
+// entry the register saves of this much larger loop.
 template <bool kCaseSensitive, bool kHasEnd>
-bool Compare(const wchar_t* text, const wchar_t* pattern, wchar_t terminator, const wchar_t* textEnd) {
+[[gnu::noinline]] bool Compare(const wchar_t* text, const wchar_t* pattern, wchar_t terminator, const wchar_t* textEnd) {
   const wchar_t* t = text;
   const wchar_t* p = pattern;
   const wchar_t* star = nullptr;      // the pattern behind the last '*'
@@ -143,10 +147,105 @@ bool Compare(const wchar_t* text, const wchar_t* pattern, wchar_t terminator, co
   }
 }
 
+// The same answers as Compare, taken segment by segment for the patterns and texts where the
+// shortcuts above decide everything; anything else is handed to Compare from the start. Needs a
+// terminator that no other character folds to and that is not '*'. kNul: the text ends at its NUL
+// only (no terminator, no end pointer), so the end test is one comparison.
+// - Up to the first '*' the steps compare character by character and fail at the first mismatch.
+// - At a '*' whose text character is a '*', the steps match the two as plain characters: Compare.
+// - The segment behind a '*' can only be matched by consecutive text characters at or after the
+//   star's mark, since the steps never move t back behind the mark and walk the segment in step
+//   with the text; so when no occurrence is left the answer is false, whatever the segment.
+// - A middle segment whose first character does not recur in it: its leftmost occurrence, as the
+//   third shortcut says. One that does recur is searched too, so that its absence still answers
+//   false at once (in linear time for a fixed segment); once found, Compare.
+// - The last segment: whether the text ends with it, as the second shortcut says.
+// The search looks for the segment's first two characters together, so that a first character
+// followed by anything else is passed over in the same loop.
+template <bool kCaseSensitive, bool kHasEnd, bool kNul>
+[[gnu::noinline]] bool Segments(const wchar_t* text, const wchar_t* pattern, wchar_t terminator,
+                                const wchar_t* textEnd) {
+  const wchar_t* t = text;
+  const wchar_t* p = pattern;
+  const auto fold = [](wchar_t c) { return kCaseSensitive ? c : FoldAscii(c); };
+  const auto textAt = [&](const wchar_t* at) { return kHasEnd && at >= textEnd ? terminator : *at; };
+  const auto ends = [terminator](wchar_t c) { return kNul ? c == L'\0' : c == L'\0' || c == terminator; };
+  for (;; ++t, ++p) {
+    const wchar_t q = *p;
+    if (q == L'*') break;
+    const wchar_t c = textAt(t);
+    if (ends(q)) return ends(c);
+    if (ends(c) || fold(c) != fold(q)) return false;
+  }
+  for (;;) {  // p stands at a '*'
+    if (textAt(t) == L'*') return Compare<kCaseSensitive, kHasEnd>(text, pattern, terminator, textEnd);
+    ++p;
+    if (*p == L'*') continue;
+    if (ends(*p)) return true;
+    const wchar_t first = fold(p[0]);
+    bool alone = true;  // the first character does not recur in the segment
+    const wchar_t* e = p + 1;
+    for (; !ends(*e) && *e != L'*'; ++e) alone &= fold(*e) != first;
+    const size_t n = static_cast<size_t>(e - p);
+    if (ends(*e)) {
+      // The last segment: the text must end with it.
+      const wchar_t* te = t;
+      if (kNul) {
+        te += wcslen(t);
+      } else {
+        while (!ends(textAt(te))) ++te;
+      }
+      if (static_cast<size_t>(te - t) < n) return false;
+      // Every character is compared, with no early exit: one unpredictable branch fewer.
+      wchar_t diff = 0;
+      for (const wchar_t* x = te - n; p != e; ++x, ++p) diff |= fold(*x) ^ fold(*p);
+      return diff == 0;
+    }
+    // Reading t[1] is safe once t[0] is not the end: without an end pointer the text goes on to
+    // its NUL at least.
+    const bool pair = !kHasEnd && n >= 2;
+    const wchar_t second = fold(p[1]);
+    for (;;) {
+      wchar_t d = textAt(t);
+      if (pair) {
+        while (!ends(d) && (fold(d) != first || fold(t[1]) != second)) d = *++t;
+      } else {
+        while (!ends(d) && fold(d) != first) d = textAt(++t);
+      }
+      if (ends(d)) return false;
+      size_t k = 1;
+      while (k < n && fold(textAt(t + k)) == fold(p[k])) ++k;
+      if (k == n) break;
+      if (ends(textAt(t + k))) return false;  // the text ends inside the segment: no later start fits
+      // When the segment is alone no occurrence starts inside the partial match (its characters are
+      // not `first`); otherwise the next start is tried.
+      t += alone ? k : 1;
+    }
+    if (!alone) return Compare<kCaseSensitive, kHasEnd>(text, pattern, terminator, textEnd);
+    t += n;
+    p = e;
+  }
+}
+
 }  // namespace
 
 bool WildcardTextCompare(const wchar_t* text, const wchar_t* pattern, bool caseSensitive, wchar_t terminator,
                          const wchar_t* textEnd) {
+  // The common form first: every test before the jump costs each call.
+  if (terminator == L'\0' && textEnd == nullptr) {
+    return caseSensitive ? Segments<true, false, true>(text, pattern, terminator, nullptr)
+                         : Segments<false, false, true>(text, pattern, terminator, nullptr);
+  }
+  const bool letterTerminator =
+      (terminator >= L'A' && terminator <= L'Z') || (terminator >= L'a' && terminator <= L'z');
+  if (terminator != L'*' && (caseSensitive || !letterTerminator)) {
+    if (textEnd != nullptr) {
+      return caseSensitive ? Segments<true, true, false>(text, pattern, terminator, textEnd)
+                           : Segments<false, true, false>(text, pattern, terminator, textEnd);
+    }
+    return caseSensitive ? Segments<true, false, false>(text, pattern, terminator, nullptr)
+                         : Segments<false, false, false>(text, pattern, terminator, nullptr);
+  }
   if (textEnd != nullptr) {
     return caseSensitive ? Compare<true, true>(text, pattern, terminator, textEnd)
                          : Compare<false, true>(text, pattern, terminator, textEnd);

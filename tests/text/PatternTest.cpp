@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cwchar>
 #include <random>
 #include <regex>
+#include <vector>
 
 #include <nybase/text/CommandLine.h>
 #include <nybase/text/RegexHelpers.h>
@@ -52,6 +54,11 @@ bool LiteralSteps(const wchar_t* t, const wchar_t* p, bool caseSensitive, wchar_
 }  // namespace
 
 TEST(Wildcard, SameAnswersAsTheLiteralSteps) {
+  // Segments whose first character recurs, where the leftmost occurrence is not what the steps find.
+  for (const auto* c : {L"aaabaaaabaaaaaaaa\0*aaba*ba*aa", L"aaaabaaaba\0**aaab*ab*", L"aaabaaaaaabb\0*aab*a*b"}) {
+    const wchar_t* pattern = c + std::wcslen(c) + 1;
+    EXPECT_EQ(Match(c, pattern), LiteralSteps(c, pattern, true, L'\0', nullptr)) << c << " ~ " << pattern;
+  }
   std::mt19937 rng(11);
   const wchar_t alphabet[] = L"abAB*;";
   for (int i = 0; i < 300000; ++i) {
@@ -89,6 +96,9 @@ TEST(Wildcard, Table) {
   const wchar_t* text = L"abcdef";
   EXPECT_TRUE(Match(text, L"ab", true, L'\0', text + 2));
   EXPECT_FALSE(Match(text, L"abc", true, L'\0', text + 2));
+  // An end pointer with no NUL behind it: nothing past it is read (ASan checks).
+  const std::vector<wchar_t> unterminated = {L'x', L'a'};
+  EXPECT_FALSE(Match(unterminated.data(), L"*ab*", true, L'\0', unterminated.data() + 2));
 }
 
 // Over '*' and plain letters (no '?', '[' or '\\', which fnmatch treats specially) and texts
