@@ -37,7 +37,8 @@ wchar_t FoldAscii(wchar_t c) { return c >= L'A' && c <= L'Z' ? static_cast<wchar
 // Kept out of line: it is the slow path behind Segments, and inlining it would give the common
 // entry the register saves of this much larger loop.
 template <bool kCaseSensitive, bool kHasEnd>
-[[gnu::noinline]] bool Compare(const wchar_t* text, const wchar_t* pattern, wchar_t terminator, const wchar_t* textEnd) {
+[[gnu::noinline]] bool Compare(const wchar_t* text, const wchar_t* pattern, wchar_t terminator,
+                               const wchar_t* textEnd) {
   const wchar_t* t = text;
   const wchar_t* p = pattern;
   const wchar_t* star = nullptr;      // the pattern behind the last '*'
@@ -161,7 +162,8 @@ template <bool kCaseSensitive, bool kHasEnd>
 //   false at once (in linear time for a fixed segment); once found, Compare.
 // - The last segment: whether the text ends with it, as the second shortcut says.
 // The search looks for the segment's first two characters together, so that a first character
-// followed by anything else is passed over in the same loop.
+// followed by anything else is passed over in the same loop. Out of line so that the entry's
+// dispatch stays a plain jump for each form.
 template <bool kCaseSensitive, bool kHasEnd, bool kNul>
 [[gnu::noinline]] bool Segments(const wchar_t* text, const wchar_t* pattern, wchar_t terminator,
                                 const wchar_t* textEnd) {
