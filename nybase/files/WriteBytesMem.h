@@ -63,21 +63,9 @@ class WriteBytesMem : public NY::IWriteBuffer {
     if (size > 64) [[unlikely]] {
       std::memcpy(to, from, size);
     } else if (size >= 16) {
-      if (size >= 32) {
-        Move<32>(to, from);
-        Move<32>(to + size - 32, from + size - 32);
-      } else {
-        Move<16>(to, from);
-        Move<16>(to + size - 16, from + size - 16);
-      }
+      size >= 32 ? MoveEnds<32>(to, from, size) : MoveEnds<16>(to, from, size);
     } else if (size >= 4) {
-      if (size >= 8) {
-        Move<8>(to, from);
-        Move<8>(to + size - 8, from + size - 8);
-      } else {
-        Move<4>(to, from);
-        Move<4>(to + size - 4, from + size - 4);
-      }
+      size >= 8 ? MoveEnds<8>(to, from, size) : MoveEnds<4>(to, from, size);
     } else {
       // 1..3 bytes: first, middle and last (they coincide for the shorter sizes).
       to[0] = from[0];
@@ -85,12 +73,16 @@ class WriteBytesMem : public NY::IWriteBuffer {
       to[size - 1] = from[size - 1];
     }
   }
-  // A fixed-size copy through a register, which the compiler turns into plain loads and stores.
+  // Copies `size` bytes (N..2N) as its first N and its last N, each a fixed-size copy through a
+  // register, which the compiler turns into plain loads and stores.
   template <unsigned N>
-  static void Move(unsigned char* to, const unsigned char* from) {
-    unsigned char block[N];
-    std::memcpy(block, from, N);
-    std::memcpy(to, block, N);
+  static void MoveEnds(unsigned char* to, const unsigned char* from, unsigned size) {
+    unsigned char head[N];
+    unsigned char tail[N];
+    std::memcpy(head, from, N);
+    std::memcpy(tail, from + size - N, N);
+    std::memcpy(to, head, N);
+    std::memcpy(to + size - N, tail, N);
   }
 
   // WriteBytes with the virtual Reserve call, for growth, odd sizes and derived classes.
